@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "velo/AddProfileParams.h"
+#include "velo/Export.h"
+#include "velo/FilterProfileParams.h"
+#include "velo/IProfileKey.h"
+#include "velo/ModifyProfileParams.h"
+#include "velo/ProfileParams.h"
+
+namespace velo {
+
+class ClientRequest;
+class ClientRequestManager;
+class ClientResponse;
+
+/// The library's entry point: one instance in a process. Calls may come from any thread, one at a
+/// time: callers serialise them. Dropping the last copy of a key and registering a listener are
+/// calls, too. A call blocks until the worker thread has carried it out, which takes up to a second
+/// for each exchange with a modem that does not answer. No call may be in progress, or begin, while
+/// the process exits.
+///
+/// Nothing throws and nothing is reported by exception, but a thread that cannot be started in
+/// init. Operations fail with an empty key, false, an empty list or an empty optional and log lines
+/// that say why.
+class VELO_EXPORT Manager {
+public:
+    static Manager& getInstance();
+
+    Manager(const Manager&) = delete;
+    Manager& operator=(const Manager&) = delete;
+
+    /// Connects to the modem's subscription `instance` and starts the worker. May be called again:
+    /// the new cache replaces the old one, and every earlier key is stale. Must not overlap any
+    /// other call. The cache fills by itself when the modem reports its profiles ready; nothing
+    /// tells the caller, so ask until filter() with an empty filter returns something.
+    /// @param useAdb true to log to the Android log, false to log to the diagnostic service
+    /// @throws std::system_error when the worker thread cannot be started
+    void init(int instance, bool useAdb);
+
+    /// Creates a profile in the modem. The key is empty when the modem refused or did not answer.
+    std::shared_ptr<IProfileKey> addProfile(const AddProfileParams& params);
+
+    /// Changes the settings that `params` holds. False when the key is empty, stale or not the
+    /// library's; true in every other case, also when the modem refused the change: read back with
+    /// getProfile what was accepted.
+    bool modifyProfile(const ModifyProfileParams& params, std::shared_ptr<IProfileKey> key);
+
+    /// Deletes the profile from the modem, whoever made it and however many keys exist for it.
+    bool deleteProfile(std::shared_ptr<IProfileKey> key);
+
+    /// A new key for each cached profile that matches, in no particular order.
+    std::list<std::shared_ptr<IProfileKey>> filter(const FilterProfileParams& params);
+
+    /// The profile's settings as cached; empty when the key is empty or stale.
+    std::optional<ProfileParams> getProfile(std::shared_ptr<IProfileKey> key);
+
+    /// Whether the key's profile matches; false when the key is empty or stale.
+    bool match(const FilterProfileParams& params, std::shared_ptr<IProfileKey> key);
+
+    /// Reports a refresh of the modem's configuration. From REFRESH_STARTED on, every other
+    /// operation fails, the release of a key included, until REFRESH_COMPLETED, which reads the
+    /// modem's profiles anew before it returns and makes every earlier key stale.
+    void refresh(PDCRefreshStatus status);
+
+    /// The cache and the changes awaiting their echo, an empty line, "Logs:" and the recent log
+    /// lines, oldest first. Passwords are shown in clear.
+    std::vector<std::string> dump();
+
+private:
+    Manager();
+    ~Manager();
+
+    template <typename Response, typename Request>
+    std::shared_ptr<Response> submit(const char* operation, const char* failure,
+                                     const std::shared_ptr<Request>& request);
+
+    std::unique_ptr<ClientRequestManager> mClientRequestManager;
+};
+
+}  // namespace velo

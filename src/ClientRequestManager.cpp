@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ClientRequestManager.h"
+
+#include <sys/epoll.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <list>
+#include <utility>
+
+#include "LogWrapper.h"
+#include "ProfileKey.h"
+#include "SignalBlock.h"
+
+namespace velo {
+
+namespace {
+
+Status statusOf(bool success) {
+    return success ? Status::Success : Status::Failure;
+}
+
+std::shared_ptr<ProfileKey> profileKey(const std::shared_ptr<IProfileKey>& key) {
+    return std::dynamic_pointer_cast<ProfileKey>(key);
+}
+
+}  // namespace
+
+ClientRequestManager::ClientRequestManager(int instance)
+    : mGate(std::make_shared<RequestGate>(
+          [this](std::shared_ptr<ClientRequest> request) { return handOver(std::move(request)); })),
+      mProfileCache(mEventManager, instance,
+                    [gate = mGate](std::shared_ptr<ClientRequest> request) {
+                        return gate->post(std::move(request));
+                    }) {
+    logLine(LogLevel::Debug, "velo::ClientRequestManager: constructor");
+    {
+        const SignalBlock inherited;
+        mThread = std::thread(&ClientRequestManager::runVeloThread, this);
+    }
+    mEventFd.emplace();
+    mEventManager.addEventHandler(mEventFd->get(), handleClientRequest, this, nullptr, EPOLLIN);
+}
+
+ClientRequestManager::~ClientRequestManager() {
+    logLine(LogLevel::Debug, "velo::ClientRequestManager: destructor");
+    mProfileCache.stop();
+    mGate->close([this] {
+        const std::lock_guard lock(mMutex);
+        mClosing = true;
+        mCv.notify_all();
+    });
+    mEventManager.removeEventHandler(mEventFd->get());
+    mEventFd.reset();
+    mRunning = false;
+    mEventManager.wake();
+    mThread.join();
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::processClientRequest(
+    std::shared_ptr<ClientRequest> request) {
+    // A copy: this object may be gone when a post that was woken by its destructor leaves the gate.
+    const auto gate = mGate;
+    return gate->post(std::move(request));
+}
+
+std::vector<std::string> ClientRequestManager::dump() {
+    // The copy in a forked child may be locked for ever.
+    return isInherited() ? std::vector<std::string>() : mProfileCache.dump();
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::handOver(
+    std::shared_ptr<ClientRequest> request) {
+    if (mWorkerId.load() == std::this_thread::get_id()) {
+        logLine(LogLevel::Error, "processClientRequest called on a worker thread");
+        deferRelease(std::move(request));
+        return nullptr;
+    }
+    std::unique_lock lock(mMutex);
+    if (mClosing) {
+        return nullptr;
+    }
+    const ssize_t written = mEventFd->signal();
+    if (written != static_cast<ssize_t>(sizeof(std::uint64_t))) {
+        logLine(LogLevel::Error, "error in writing rv: %d error: %s", static_cast<int>(written),
+                std::strerror(errno));
+        return nullptr;
+    }
+    mRequest = request;
+    mCv.wait(lock, [this] { return mResponse != nullptr || mClosing; });
+    return std::exchange(mResponse, nullptr);
+}
+
+void ClientRequestManager::deferRelease(std::shared_ptr<ClientRequest> request) {
+    const auto callback = std::dynamic_pointer_cast<CallbackRequest>(std::move(request));
+    if (callback && callback->hasReleaseToken()) {
+        mDeferredReleases.push_back(callback);
+    }
+}
+
+void ClientRequestManager::runDeferredReleases() {
+    // A release may end a profile whose listener drops the next key.
+    while (!mDeferredReleases.empty()) {
+        const auto releases = std::exchange(mDeferredReleases, {});
+        for (const auto& release : releases) {
+            logLine(LogLevel::Info, "Handling %s", release->dump().c_str());
+            execute(*release);
+        }
+    }
+}
+
+void ClientRequestManager::runVeloThread() {
+    mWorkerId = std::this_thread::get_id();
+    logLine(LogLevel::Event, "VELO thread started");
+    while (mRunning) {
+        mEventManager.processEvents();
+        runDeferredReleases();
+    }
+}
+
+void ClientRequestManager::handleClientRequest(int fd, void* arg) {
+    logLine(LogLevel::Debug, ":%d:%s", 77, "handleClientRequest");
+    if (!EventFd::drain(fd)) {
+        logLine(LogLevel::Error, "Error while clearing the read buffer on fd %d", fd);
+    }
+    if (arg == nullptr) {
+        logLine(LogLevel::Error, "arg is null");
+        return;
+    }
+    static_cast<ClientRequestManager*>(arg)->handlePendingRequest();
+}
+
+void ClientRequestManager::handlePendingRequest() {
+    const std::lock_guard lock(mMutex);
+    if (mRequest) {
+        logLine(LogLevel::Info, "Handling %s", mRequest->dump().c_str());
+        auto response = execute(*mRequest);
+        if (response) {
+            mResponse = std::move(response);
+        }
+        // Let go of the request, and so of its key, before the caller can: the release of a key
+        // that dies here would have to wait.
+        mRequest.reset();
+        runDeferredReleases();
+    }
+    mCv.notify_one();
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(ClientRequest& request) {
+    switch (request.getRequestType()) {
+        case ReqRespType::Add:
+            return execute(dynamic_cast<AddRequest*>(&request));
+        case ReqRespType::Modify:
+            return execute(dynamic_cast<ModifyRequest*>(&request));
+        case ReqRespType::Delete:
+            return execute(dynamic_cast<DeleteRequest*>(&request));
+        case ReqRespType::Filter:
+            return execute(dynamic_cast<FilterRequest*>(&request));
+        case ReqRespType::Match:
+            return execute(dynamic_cast<MatchRequest*>(&request));
+        case ReqRespType::Get:
+            return execute(dynamic_cast<GetRequest*>(&request));
+        case ReqRespType::Callback:
+            return execute(dynamic_cast<CallbackRequest*>(&request));
+        case ReqRespType::Refresh:
+            return execute(dynamic_cast<RefreshRequest*>(&request));
+    }
+    return nullptr;
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(AddRequest* request) {
+    if (mRefreshInProgress || request == nullptr) {
+        return std::make_shared<AddResponse>(Status::Failure, nullptr);
+    }
+    AddProfileParams params = request->getAddProfileParams();
+    return std::make_shared<AddResponse>(Status::Success, mProfileCache.add(params));
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(ModifyRequest* request) {
+    bool modified = false;
+    if (!mRefreshInProgress && request != nullptr) {
+        if (const auto key = profileKey(request->getModifyProfileKey())) {
+            ModifyProfileParams params = request->getModifyProfileParams();
+            modified = mProfileCache.modify(params, key);
+        }
+    }
+    return std::make_shared<ModifyResponse>(statusOf(modified));
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(DeleteRequest* request) {
+    bool removed = false;
+    if (!mRefreshInProgress && request != nullptr) {
+        if (const auto key = profileKey(request->getDeleteProfileKey())) {
+            removed = mProfileCache.remove(key);
+        }
+    }
+    return std::make_shared<DeleteResponse>(statusOf(removed));
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(FilterRequest* request) {
+    if (mRefreshInProgress || request == nullptr) {
+        return std::make_shared<FilterResponse>(Status::Failure,
+                                                std::list<std::shared_ptr<IProfileKey>>());
+    }
+    FilterProfileParams params = request->getFilterParams();
+    return std::make_shared<FilterResponse>(Status::Success, mProfileCache.filter(params));
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(MatchRequest* request) {
+    if (!mRefreshInProgress && request != nullptr) {
+        if (const auto key = profileKey(request->getMatchKey())) {
+            FilterProfileParams params = request->getMatchParams();
+            return std::make_shared<MatchResponse>(Status::Success,
+                                                   mProfileCache.match(params, key));
+        }
+    }
+    return std::make_shared<MatchResponse>(Status::Failure, false);
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(GetRequest* request) {
+    std::optional<ProfileParams> params;
+    if (!mRefreshInProgress && request != nullptr) {
+        if (const auto key = profileKey(request->getProfileKey())) {
+            params = mProfileCache.get(key);
+        }
+    }
+    const Status status = statusOf(params.has_value());
+    return std::make_shared<GetResponse>(status, std::move(params));
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(CallbackRequest* request) {
+    bool done = false;
+    if (!mRefreshInProgress && request != nullptr) {
+        if (request->hasReleaseToken()) {
+            done = mProfileCache.releaseProfile(request->getReleaseToken());
+        } else if (request->hasExpirationInfo()) {
+            done = mProfileCache.registerExpirationListener(request->getExpirationCb(),
+                                                            request->getExpirationKey(),
+                                                            request->getExpirationToken());
+        }
+    }
+    return std::make_shared<CallbackResponse>(statusOf(done));
+}
+
+std::shared_ptr<ClientResponse> ClientRequestManager::execute(RefreshRequest* request) {
+    if (request == nullptr) {
+        return nullptr;
+    }
+    mRefreshInProgress = request->getRefreshStatus() == PDCRefreshStatus::REFRESH_STARTED;
+    if (!mRefreshInProgress) {
+        mProfileCache.refresh();
+    }
+    return std::make_shared<RefreshResponse>(Status::Success);
+}
+
+}  // namespace velo

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <deque>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "ForkGuard.h"
+
+namespace velo {
+
+/// A bounded history of log lines with their local time. Any thread may use it. The library's own
+/// instance is never destroyed, so that lines logged while the process exits find it alive.
+class LocalLogBuffer {
+public:
+    /// Holds at most `capacity` + 1 lines: an addition trims before it appends.
+    LocalLogBuffer(std::string name, int capacity);
+    LocalLogBuffer(const LocalLogBuffer&) = delete;
+    LocalLogBuffer& operator=(const LocalLogBuffer&) = delete;
+
+    static LocalLogBuffer& getInstance();
+
+    void addLogWithTimestamp(std::string message);
+
+    /// A copy of all lines, oldest first.
+    std::vector<std::string> getLogs();
+    void flush();
+    std::string getName() { return mName; }
+
+private:
+    const ForkGuard mForkGuard;
+    std::deque<std::string> mLines;
+    std::string mName;
+    int mCapacity;
+    std::mutex mMutex;
+};
+
+}  // namespace velo

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "ProfileKey.h"
+
+#include <memory>
+#include <utility>
+
+#include "LogWrapper.h"
+#include "TextStream.h"
+
+namespace velo {
+
+ProfileKey::ProfileKey(TechType techType, int profileId, unsigned long long token,
+                       PostRequest postRequest)
+    : mTechType(techType),
+      mProfileId(profileId),
+      mToken(token),
+      mPostRequest(std::move(postRequest)) {}
+
+ProfileKey::~ProfileKey() {
+    const auto request = std::make_shared<CallbackRequest>();
+    request->setReleaseToken(mToken);
+    mPostRequest(request);
+    logLine(LogLevel::Debug, "~ProfileKey");
+}
+
+void ProfileKey::registerExpirationListener(std::function<void()> listener) {
+    const auto request = std::make_shared<CallbackRequest>();
+    request->setExpirationInfo(std::move(listener), weak_from_this(), mToken);
+    mPostRequest(request);
+}
+
+std::string ProfileKey::dump() {
+    TextStream out;
+    out << mTechType << ":" << mProfileId << " token=" << mToken;
+    return out.str();
+}
+
+}  // namespace velo

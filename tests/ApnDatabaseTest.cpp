@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "tool/ApnDatabase.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "tool/CommandError.h"
+#include "tool/WantedRecords.h"
+
+namespace velo::tool {
+namespace {
+
+/// A file that goes with the test.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string& text) {
+        const int fd = ::mkstemp(mPath.data());
+        EXPECT_GE(fd, 0);
+        ::close(fd);
+        std::ofstream(mPath) << text;
+    }
+    ~TemporaryFile() { ::unlink(mPath.c_str()); }
+    const std::string& path() const { return mPath; }
+
+private:
+    std::string mPath = ::testing::TempDir() + "velo-list-XXXXXX";
+};
+
+ApnRecord onlyRecord(const std::string& attributes) {
+    const TemporaryFile file("<apns version=\"8\"><apn carrier=\"c\" mcc=\"001\" mnc=\"01\" " +
+                             attributes + "/></apns>");
+    const ApnDatabase database(file.path());
+    EXPECT_EQ(database.records(), 1U);
+    EXPECT_TRUE(database.unknown().empty()) << database.remarks();
+    return database.network("001-01").records.front();
+}
+
+TEST(ApnDatabase, ReadsEveryRecordOfTheRealList) {
+    const ApnDatabase database(kDefaultApnFile);
+    EXPECT_EQ(database.networks().size(), 521U);
+    EXPECT_EQ(database.records(), 1304U);
+    EXPECT_TRUE(database.remarks().empty()) << database.remarks();
+    EXPECT_EQ(database.network("none").records.size(), 18U);
+    EXPECT_EQ(database.network("26201").records.size(), 7U);
+}
+
+TEST(ApnDatabase, WhatARecordLeavesOutIsWhatAndroidTakesForIt) {
+    const ProfileParams params = onlyRecord("apn=\"web\"").params;
+    EXPECT_EQ(params.dump(),
+              "ApnName=web,AuthType=NONE,HomeIPType=V4,RoamIPType=V4,"
+              "ApnTypesMask=DEFAULT|MMS|SUPL|DUN|HIPRI|FOTA|IMS|CBS|,");
+    EXPECT_EQ(onlyRecord("apn=\"web\" user=\"u\"").params.getAuthType(), AuthType::PAP_CHAP);
+}
+
+TEST(ApnDatabase, ReadsEveryAttribute) {
+    const ApnRecord record = onlyRecord(
+        "apn=\"web\" user=\"u\" password=\"p\" authtype=\"2\" type=\" Default, XCAP,ia\" "
+        "protocol=\"IPV6\" roaming_protocol=\"ipv4v6\" max_conns=\"3\" max_conns_time=\"300\" "
+        "wait_time=\"1001\" carrier_enabled=\"true\" bearer=\"0\"");
+    EXPECT_EQ(record.tech, TechType::TECH_3GPP);
+    EXPECT_EQ(record.params.dump(),
+              "ApnName=web,UserName=u,Password=p,AuthType=CHAP,HomeIPType=V6,RoamIPType=V4V6,"
+              "ApnTypesMask=DEFAULT|IA|XCAP|,MaxPdnsConnPerBlock=3,MaxPdnConnTimer=300,"
+              "PdnReqWaitInterval=2,");
+    EXPECT_EQ(onlyRecord("type=\"*,emergency\"").params.getApnTypesMask(), 0x2FFU);
+}
+
+TEST(ApnDatabase, CdmaBearersAloneMakeA3gpp2Record) {
+    EXPECT_EQ(onlyRecord("apn=\"a\" bearer=\"13\"").tech, TechType::TECH_3GPP2);
+    EXPECT_EQ(onlyRecord("apn=\"a\" bearer_bitmask=\"4|5|6|7|8|12\"").tech, TechType::TECH_3GPP2);
+    EXPECT_EQ(onlyRecord("apn=\"a\" bearer_bitmask=\"13|14\"").tech, TechType::TECH_3GPP);
+    EXPECT_FALSE(onlyRecord("apn=\"a\" bearer=\"13\"").params.hasRoamIPType());
+}
+
+TEST(ApnDatabase, WhatIsUnknownIsCountedAndTheRestUsed) {
+    const TemporaryFile file(
+        "<apns>\n<apn mcc='001' mnc='01' apn='a' type='default,magic' protocol='PPP' "
+        "authtype='9' wait_time='soon' bearer='x'/>\n<apn apn='b' type='magic'/>\n"
+        "<apn mcc='001' mnc='02' apn='c' carrier_enabled='false'/>\n<other/></apns>");
+    const ApnDatabase database(file.path());
+    EXPECT_EQ(database.unknown(), (std::map<std::string, std::size_t>{{"type 'magic'", 2},
+                                                                      {"protocol 'ppp'", 1},
+                                                                      {"authtype '9'", 1},
+                                                                      {"wait_time 'soon'", 1},
+                                                                      {"bearer 'x'", 1}}));
+    EXPECT_EQ(database.disabled(), 1U);
+    EXPECT_EQ(database.networks().size(), 2U);
+    EXPECT_EQ(database.network("00101").records[0].params.getApnTypesMask(), 1U);
+    EXPECT_EQ(database.network("none").records[0].params.getApnTypesMask(), 0U);
+    EXPECT_THROW(database.network("00102"), CommandError);
+}
+
+struct Damage {
+    const char* name;
+    const char* text;
+    const char* error;  ///< what follows the path
+};
+
+void PrintTo(const Damage& damage, std::ostream* out) {
+    *out << damage.name;
+}
+
+class DamagedList : public ::testing::TestWithParam<Damage> {};
+
+TEST_P(DamagedList, IsOneErrorWithItsLine) {
+    const TemporaryFile file(GetParam().text);
+    try {
+        const ApnDatabase database(file.path());
+        FAIL() << "accepted";
+    } catch (const CommandError& error) {
+        EXPECT_EQ(error.status(), kUsage);
+        const std::string text = error.what();
+        EXPECT_EQ(text.rfind(file.path() + GetParam().error, 0), 0U) << text;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, DamagedList,
+    ::testing::Values(Damage{"empty", "", ":1: this is not XML"},
+                      Damage{"text", "\n\nhello", ":3: this is not XML"},
+                      Damage{"cut", "<apns>\n<apn a='1'>\n</ap", ":3: this is not XML"},
+                      Damage{"unquoted", "<apns>\n<apn a=1/>\n</apns>", ":2: this is not XML"},
+                      Damage{"other", "<?xml version='1.0'?>\n<list/>",
+                             ":2: this is no carrier list"}));
+
+TEST(ApnDatabase, AFileThatCannotBeReadIsAnError) {
+    EXPECT_THROW(ApnDatabase("/nonexistent/list.xml"), CommandError);
+    EXPECT_THROW(ApnDatabase(::testing::TempDir()), CommandError);
+}
+
+TEST(WantedRecordsTest, TakesTheSettingsOfAJsonList) {
+    const TemporaryFile file(
+        R"([{"technology": "3gpp2", "apn": "a", "types": ["ims", "default"], "id": 4},
+            {"apn": "b", "class": "ims", "roam_ip": "v6", "disabled": true, "wait_time": 7}])");
+    const WantedRecords wanted = WantedRecords::read(file.path(), "");
+    ASSERT_EQ(wanted.on3gpp2.size(), 1U);
+    EXPECT_EQ(wanted.on3gpp2.front().dump(), "ApnName=a,ApnTypesMask=DEFAULT|IMS|,");
+    ASSERT_EQ(wanted.on3gpp.size(), 1U);
+    EXPECT_EQ(wanted.on3gpp.front().dump(),
+              "ApnName=b,RoamIPType=V6,ApnClass=IMS,PdnReqWaitInterval=7,IsApnDisabled=true,");
+}
+
+}  // namespace
+}  // namespace velo::tool

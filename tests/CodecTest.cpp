@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/mox/Codec.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/mox/WdsService.h"
+#include "mox/wds_v01.h"
+
+namespace velo::mox {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::uint8_t kGuard = 0xA5;
+constexpr std::size_t kGuardSize = 64;
+
+/// Fills a field with a value of its own that uses the whole of it; a list with all its entries.
+void fill(const Field& field, std::uint8_t* base, std::uint8_t seed) {
+    std::uint8_t* at = base + field.value;
+    if (field.optional()) {
+        base[field.flag] = 1;
+    }
+    switch (field.kind) {
+        case FieldKind::String:
+            std::memset(at, 'a' + seed % 26, field.size - 1);
+            break;
+        case FieldKind::Record:
+            for (const Field& element : field.elements) {
+                fill(element, at, ++seed);
+            }
+            break;
+        case FieldKind::List:
+            std::memcpy(base + field.count, &field.limit, sizeof(field.limit));
+            for (std::size_t i = 0; i < field.limit; ++i) {
+                for (const Field& element : field.elements) {
+                    fill(element, at + i * field.size, ++seed);
+                }
+            }
+            break;
+        default:
+            std::memset(at, 0x80 | seed, field.size);
+    }
+}
+
+Bytes filled(const MessageDefinition& message) {
+    Bytes structure(message.size);
+    for (const Field& field : message.fields) {
+        fill(field, structure.data(), field.tag);
+    }
+    return structure;
+}
+
+Bytes encoded(const MessageDefinition& message, const Bytes& structure) {
+    Bytes bytes;
+    EXPECT_TRUE(encode(message, structure.data(), bytes));
+    return bytes;
+}
+
+/// Where each field of an encoded message begins, and where the last one ends.
+std::vector<std::size_t> boundaries(const Bytes& bytes) {
+    std::vector<std::size_t> starts{0};
+    while (starts.back() < bytes.size()) {
+        const std::size_t at = starts.back();
+        starts.push_back(at + 3 + bytes[at + 1] + 256U * bytes[at + 2]);
+    }
+    return starts;
+}
+
+/// Decodes between guards, into memory full of rubbish, and holds decode() to its promise about
+/// both.
+bool decodes(const MessageDefinition& message, const Bytes& bytes, Bytes* result = nullptr) {
+    Bytes memory(message.size + 2 * kGuardSize, kGuard);
+    std::uint8_t* structure = memory.data() + kGuardSize;
+    const bool good = decode(message, bytes, structure);
+    const auto guard = [](std::uint8_t byte) { return byte == kGuard; };
+    EXPECT_TRUE(std::all_of(memory.data(), structure, guard));
+    EXPECT_TRUE(std::all_of(structure + message.size, memory.data() + memory.size(), guard));
+    if (!good) {
+        EXPECT_TRUE(std::all_of(structure, structure + message.size,
+                                [](std::uint8_t byte) { return byte == 0; }));
+    }
+    if (result != nullptr) {
+        result->assign(structure, structure + message.size);
+    }
+    return good;
+}
+
+class CodecTest : public ::testing::TestWithParam<MessageDefinition> {};
+
+TEST_P(CodecTest, EveryFieldComesBack) {
+    const Bytes structure = filled(GetParam());
+    Bytes result;
+    EXPECT_TRUE(decodes(GetParam(), encoded(GetParam(), structure), &result));
+    EXPECT_EQ(structure, result);
+}
+
+TEST_P(CodecTest, TruncationIsRefusedUnlessOnlyOptionalFieldsAreLost) {
+    const Bytes bytes = encoded(GetParam(), filled(GetParam()));
+    const auto starts = boundaries(bytes);
+    std::size_t mandatory = 0;
+    for (const Field& field : GetParam().fields) {
+        mandatory += field.optional() ? 0 : 1;
+    }
+    // Every length in the first fields and around every boundary, samples in long lists.
+    std::set<std::size_t> lengths;
+    for (std::size_t length = 0; length < bytes.size(); length += length < 300 ? 1 : 97) {
+        lengths.insert(length);
+    }
+    for (const std::size_t start : starts) {
+        lengths.insert({start, start == 0 ? 0 : start - 1, std::min(start + 1, bytes.size())});
+    }
+    for (const std::size_t length : lengths) {
+        const auto boundary = std::find(starts.begin(), starts.end(), length);
+        const bool whole = boundary != starts.end() &&
+                           static_cast<std::size_t>(boundary - starts.begin()) >= mandatory;
+        const Bytes part(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));
+        EXPECT_EQ(whole, decodes(GetParam(), part)) << GetParam().name << " cut to " << length;
+    }
+}
+
+TEST_P(CodecTest, DamagedFieldsAreRefused) {
+    const Bytes bytes = encoded(GetParam(), filled(GetParam()));
+    const auto starts = boundaries(bytes);
+    for (std::size_t i = 0; i + 1 < starts.size(); ++i) {
+        const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(starts[i]);
+        const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(starts[i + 1]);
+        SCOPED_TRACE(std::string(GetParam().name) + ", " + GetParam().fields[i].name);
+
+        Bytes twice = bytes;
+        twice.insert(twice.end(), begin, end);
+        EXPECT_FALSE(decodes(GetParam(), twice));
+
+        Bytes longer(begin, end);
+        longer.push_back('x');
+        const std::size_t length = longer.size() - 3;
+        longer[1] = static_cast<std::uint8_t>(length);
+        longer[2] = static_cast<std::uint8_t>(length >> 8);
+        Bytes overLong(bytes.begin(), begin);
+        overLong.insert(overLong.end(), longer.begin(), longer.end());
+        overLong.insert(overLong.end(), end, bytes.end());
+        EXPECT_FALSE(decodes(GetParam(), overLong));
+
+        Bytes without(bytes.begin(), begin);
+        without.insert(without.end(), end, bytes.end());
+        EXPECT_EQ(GetParam().fields[i].optional(), decodes(GetParam(), without));
+    }
+}
+
+TEST_P(CodecTest, UnknownTagsAreSkipped) {
+    const Bytes structure = filled(GetParam());
+    Bytes bytes{0xEE, 2, 0, 1, 2, 0xEE, 0, 0};
+    const Bytes rest = encoded(GetParam(), structure);
+    bytes.insert(bytes.end(), rest.begin(), rest.end());
+    Bytes result;
+    EXPECT_TRUE(decodes(GetParam(), bytes, &result));
+    EXPECT_EQ(structure, result);
+}
+
+INSTANTIATE_TEST_SUITE_P(Wds, CodecTest, ::testing::ValuesIn(wdsService().messages),
+                         [](const auto& message) {
+                             std::string name = message.param.name;
+                             std::replace(name.begin(), name.end(), ' ', '_');
+                             return name;
+                         });
+
+const MessageDefinition& listResponse() {
+    return *wdsService().find(MOX_MESSAGE_RESPONSE, kWdsGetProfileListReq);
+}
+
+const MessageDefinition& deleteRequest() {
+    return *wdsService().find(MOX_MESSAGE_REQUEST, kWdsDeleteProfileReq);
+}
+
+const MessageDefinition& createRequest() {
+    return *wdsService().find(MOX_MESSAGE_REQUEST, kWdsCreateProfileReq);
+}
+
+TEST(CodecLimits, SettingsTravelAlikeInAllThreeMessages) {
+    wds_create_profile_req_msg_v01 create{};
+    for (const Field& field : wdsSettingsFields()) {
+        fill(field, reinterpret_cast<std::uint8_t*>(&create.settings), field.tag);
+    }
+    Bytes bytes;
+    ASSERT_TRUE(encode(createRequest(), &create, bytes));
+    // Its own mandatory field is the technology; those of the other two come first here.
+    Bytes settings(bytes.begin() + 7, bytes.end());
+
+    wds_modify_profile_settings_req_msg_v01 modify{};
+    Bytes modifyBytes{0x01, 5, 0, 0, 0, 0, 0, 9};
+    modifyBytes.insert(modifyBytes.end(), settings.begin(), settings.end());
+    ASSERT_TRUE(decode(*wdsService().find(MOX_MESSAGE_REQUEST, kWdsModifyProfileSettingsReq),
+                       modifyBytes, &modify));
+    EXPECT_EQ(9, modify.profile.profile_index);
+    EXPECT_EQ(0, std::memcmp(&create.settings, &modify.settings, sizeof(create.settings)));
+
+    wds_get_profile_settings_resp_msg_v01 response{};
+    Bytes responseBytes{0x02, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    responseBytes.insert(responseBytes.end(), settings.begin(), settings.end());
+    ASSERT_TRUE(decode(*wdsService().find(MOX_MESSAGE_RESPONSE, kWdsGetProfileSettingsReq),
+                       responseBytes, &response));
+    EXPECT_EQ(0, std::memcmp(&create.settings, &response.settings, sizeof(create.settings)));
+}
+
+TEST(CodecLimits, ListsThatClaimTooMuchAreRefused) {
+    for (const std::uint32_t count : {256U, 0xFFFFFFFFU}) {
+        Bytes bytes{0x02, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x03, 4, 0};
+        for (int i = 0; i < 4; ++i) {
+            bytes.push_back(static_cast<std::uint8_t>(count >> (8 * i)));
+        }
+        EXPECT_FALSE(decodes(listResponse(), bytes));
+        wds_get_profile_list_resp_msg_v01 response{};
+        response.profile_list_len = count;
+        Bytes none;
+        EXPECT_FALSE(encode(listResponse(), &response, none));
+    }
+}
+
+TEST(CodecLimits, StringsAreBoundedBothWays) {
+    wds_create_profile_req_msg_v01 request{};
+    request.settings.profile_name.valid = 1;
+    std::memset(request.settings.profile_name.value.data, 'n', kWdsProfileNameSize);
+    Bytes bytes;
+    ASSERT_TRUE(encode(createRequest(), &request, bytes));
+    wds_create_profile_req_msg_v01 back{};
+    ASSERT_TRUE(decode(createRequest(), bytes, &back));
+    EXPECT_EQ(std::string(kWdsProfileNameSize - 1, 'n'), back.settings.profile_name.value.data);
+
+    const Bytes type{0x01, 4, 0, 0, 0, 0, 0};
+    const auto withName = [&](const std::string& name) {
+        Bytes message = type;
+        message.insert(message.end(), {0x20, static_cast<std::uint8_t>(name.size()), 0});
+        message.insert(message.end(), name.begin(), name.end());
+        return message;
+    };
+    EXPECT_TRUE(decodes(createRequest(), withName("")));
+    EXPECT_FALSE(decodes(createRequest(), withName(std::string(kWdsProfileNameSize, 'n'))));
+    EXPECT_FALSE(decodes(createRequest(), withName(std::string("a\0b", 3))));
+}
+
+TEST(CodecLimits, UnknownEnumeratorsPass) {
+    const wds_delete_profile_req_msg_v01 request{
+        {static_cast<wds_profile_type_enum_v01>(0xDEADBEEF), 255}};
+    Bytes bytes;
+    ASSERT_TRUE(encode(deleteRequest(), &request, bytes));
+    wds_delete_profile_req_msg_v01 back{};
+    ASSERT_TRUE(decode(deleteRequest(), bytes, &back));
+    EXPECT_EQ(0xDEADBEEF, back.profile.profile_type);
+}
+
+TEST(CodecLimits, OtherVersionsOfTheServiceAreUnknown) {
+    EXPECT_NE(nullptr, wds_get_service_object_internal_v01(1, 241, 6));
+    EXPECT_EQ(nullptr, wds_get_service_object_internal_v01(1, 241, 7));
+    EXPECT_EQ(nullptr, wds_get_service_object_internal_v01(1, 240, 6));
+    EXPECT_EQ(nullptr, wds_get_service_object_internal_v01(2, 241, 6));
+}
+
+}  // namespace
+}  // namespace velo::mox

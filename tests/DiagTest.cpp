@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "diag/diag.h"
+
+namespace velo::test {
+namespace {
+
+const diag_message_descriptor kDescriptor{116, 63, 4, "|%s| %s", "somewhere"};
+
+/// DIAG_LOG names a file of the test's own.
+class DiagTest : public ::testing::Test {
+protected:
+    DiagTest() : mPath(std::filesystem::temp_directory_path() / "velo-diag-XXXXXX") {
+        const int fd = ::mkstemp(mPath.data());
+        EXPECT_LE(0, fd);
+        ::close(fd);
+        ::setenv("DIAG_LOG", mPath.c_str(), 1);
+    }
+    ~DiagTest() override {
+        ::unsetenv("DIAG_LOG");
+        ::unlink(mPath.c_str());
+    }
+
+    std::vector<std::string> lines() const {
+        std::vector<std::string> result;
+        std::ifstream file(mPath);
+        for (std::string line; std::getline(file, line);) {
+            result.push_back(line);
+        }
+        return result;
+    }
+
+    std::string mPath;
+};
+
+TEST_F(DiagTest, OneLineAMessageWithTimeSubsystemMaskAndText) {
+    ASSERT_EQ(1, Diag_LSM_Init(nullptr));
+    msg_sprintf(&kDescriptor, "VELO", "first\nstill %s first");
+    msg_sprintf(&kDescriptor, "VELO", std::string(2000, 'x').c_str());
+    EXPECT_EQ(1, Diag_LSM_DeInit());
+    ASSERT_EQ(2U, lines().size());
+    EXPECT_THAT(lines()[0],
+                ::testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}"
+                                        "\\.[0-9]{3} 63 4 \\|VELO\\| first\\\\nstill %s first"));
+    EXPECT_NE(std::string::npos, lines()[1].find(std::string(2000, 'x')));
+}
+
+TEST_F(DiagTest, DropsWhenNobodyHasOpenedIt) {
+    msg_sprintf(&kDescriptor, "VELO", "too early");
+    Diag_LSM_Init(nullptr);
+    Diag_LSM_DeInit();
+    msg_sprintf(&kDescriptor, "VELO", "too late");
+    EXPECT_EQ(0, Diag_LSM_DeInit());
+    EXPECT_TRUE(lines().empty());
+}
+
+TEST_F(DiagTest, UsersAreCounted) {
+    Diag_LSM_Init(nullptr);
+    Diag_LSM_Init(nullptr);
+    Diag_LSM_DeInit();
+    msg_sprintf(&kDescriptor, "VELO", "the second still listens");
+    Diag_LSM_DeInit();
+    EXPECT_EQ(1U, lines().size());
+}
+
+TEST_F(DiagTest, SilentWithoutAFileOrRoom) {
+    for (const char* path : {"", "/dev/full", "/no/such/folder/log"}) {
+        ::setenv("DIAG_LOG", path, 1);
+        EXPECT_EQ(1, Diag_LSM_Init(nullptr));
+        msg_sprintf(&kDescriptor, "VELO", "lost");
+        EXPECT_EQ(1, Diag_LSM_DeInit());
+    }
+}
+
+TEST_F(DiagTest, LinesOfManyThreadsStayWhole) {
+    Diag_LSM_Init(nullptr);
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([thread] {
+            const std::string text(100, static_cast<char>('a' + thread));
+            for (int i = 0; i < 100; ++i) {
+                msg_sprintf(&kDescriptor, "VELO", text.c_str());
+                Diag_LSM_Init(nullptr);
+                Diag_LSM_DeInit();
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    Diag_LSM_DeInit();
+    EXPECT_EQ(400U, lines().size());
+    for (const auto& line : lines()) {
+        const std::string text = line.substr(line.find("| ") + 2);
+        EXPECT_EQ(std::string(100, text[0]), text);
+    }
+}
+
+}  // namespace
+}  // namespace velo::test

@@ -1,0 +1,311 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Indications of profile changes: what the proxy makes of them, pass by pass, and what the cache
+// does.
+
+#include <gmock/gmock.h>
+
+#include "CacheView.h"
+#include "EventManager.h"
+#include "MoxWdsProxy.h"
+#include "ProfileCache.h"
+#include "Support.h"
+#include "host/mox/Frame.h"
+#include "host/mox/MoxHost.h"
+
+namespace velo::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+constexpr wds_profile_identifier_v01 kInternet{WDS_PROFILE_TYPE_3GPP, 1};
+constexpr const char* kConfirmed = "ProfileCache: pending transaction confirmed";
+constexpr const char* kForeign = "ProfileCache: updating cache due to indication!";
+
+TEST(ProfileChangedIndTest, Dumps) {
+    const auto dump = [](int tech, int id, int event) {
+        return ProfileChangedInd{static_cast<TechType>(tech), id,
+                                 static_cast<ProfileChangedEvent>(event)}
+            .dump();
+    };
+    EXPECT_EQ(dump(0, 5, 0), "3GPP:5 Create");
+    EXPECT_EQ(dump(1, 2, 1), "3GPP2:2 Delete");
+    EXPECT_EQ(dump(7, 255, 2), "7:255 Modify");
+    EXPECT_EQ(dump(0, 0, 3), "3GPP:0 SubscriptionChange");
+    EXPECT_EQ(dump(0, 0, 4), "3GPP:0 ProfileReady");
+    EXPECT_EQ(dump(0, 1, 9), "3GPP:1 9");
+}
+
+/// A proxy whose event loop runs in the test, one pass at a time.
+class WdsProxyTest : public ::testing::Test {
+protected:
+    WdsProxyTest()
+        : mModem(threeProfiles()), mPath(mModem.socketPath()), mProxy(mEventManager, 0) {}
+
+    /// Runs the loop until `text` was logged.
+    void runUntil(LogLevel level, const std::string& text) {
+        for (int pass = 0; pass < 1000 && !log.has(level, text); ++pass) {
+            mEventManager.processEvents();
+        }
+        ASSERT_TRUE(log.has(level, text)) << text;
+    }
+
+    /// Opens the client and lets the modem's report of readiness go by.
+    void open() {
+        runUntil(LogLevel::Debug, "MoxWdsProxy config register request successful!");
+        runUntil(LogLevel::Debug, "MoxWdsProxy ProfileChangedInd received!");
+        proxy().registerProfileChangedInd(
+            [this](ProfileChangedInd ind) { heard.push_back(ind.dump()); });
+        log.clear();
+    }
+
+    /// Has the modem send, and waits until `count` indications are queued.
+    void queue(std::size_t count, const std::function<void(modem::Modem&)>& send) {
+        send(mModem);
+        ASSERT_TRUE(waitUntil([&] { return arrived() >= count; }));
+    }
+
+    void pass() { MoxWdsProxy::handleIndication(spareFd(), &mProxy); }
+
+    /// A descriptor for handlers that are called by hand.
+    int spareFd() const { return mSpare.get(); }
+
+    MoxWdsProxy& proxy() { return mProxy; }
+    modem::Modem& modem() { return mModem; }
+
+    LogRecorder log;
+    std::vector<std::string> heard;
+
+private:
+    struct ModemPath {
+        explicit ModemPath(const std::string& path) { mox::setModemPath(path); }
+        ~ModemPath() { mox::setModemPath(""); }
+    };
+
+    std::size_t arrived() const {
+        const auto lines = log.texts(LogLevel::Verbose);
+        return static_cast<std::size_t>(
+            std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+                return line.rfind(
+                           "static void velo::MoxWdsProxy::moxIndCb(mox_client_type, unsigned "
+                           "int, void *, unsigned int, void *):",
+                           0) == 0;
+            }));
+    }
+
+    modem::Modem mModem;
+    ModemPath mPath;
+    EventFd mSpare;
+    EventManager mEventManager;
+    MoxWdsProxy mProxy;
+};
+
+TEST_F(WdsProxyTest, RegistersInOrderAndReportsToNobodyAtFirst) {
+    runUntil(LogLevel::Debug, "MoxWdsProxy::no profileChangedIndCb registered!");
+    const auto lines = log.texts(LogLevel::Debug);
+    const std::vector<std::string> expected{
+        "MoxWdsProxy service is up, trying to initialize svc client",
+        "mox_client_register_error_cb result: 0", "MoxWdsProxy bind register request successful!",
+        "MoxWdsProxy indication register request successful!",
+        "MoxWdsProxy config register request successful!"};
+    const auto first = std::find(lines.begin(), lines.end(), expected.front());
+    auto line = first;
+    for (const std::string& text : expected) {
+        line = std::find(line, lines.end(), text);
+        EXPECT_NE(line, lines.end()) << text;
+    }
+    EXPECT_TRUE(log.has(LogLevel::Event, "MoxWdsProxy::registerMoxSvcUp"));
+}
+
+TEST_F(WdsProxyTest, OnePassDeliversAllInOrder) {
+    open();
+    queue(4, [](modem::Modem& modem) {
+        modem.report(0, {WDS_PROFILE_TYPE_3GPP, 1}, WDS_PROFILE_EVENT_CREATE);
+        modem.sendIndication(0, 0x33, {1, 2, 3});
+        modem.report(0, {WDS_PROFILE_TYPE_3GPP2, 2}, static_cast<wds_profile_event_enum_v01>(7));
+        modem.report(0, {static_cast<wds_profile_type_enum_v01>(9), 3},
+                     static_cast<wds_profile_event_enum_v01>(0));
+    });
+    pass();
+    EXPECT_THAT(heard, ElementsAre("3GPP:1 Create", "3GPP2:2 ProfileReady", "3GPP:3 ProfileReady"));
+    EXPECT_TRUE(log.has(LogLevel::Verbose, "Unknown message ID 51 received"));
+    EXPECT_TRUE(log.has(LogLevel::Debug, "MoxWdsProxy: handleIndication indQueue.size[4]"));
+    EXPECT_TRUE(log.has(LogLevel::Debug, "MoxWdsProxy: handleIndication indQueue.size[0]"));
+}
+
+TEST_F(WdsProxyTest, UndecodableEndsThePass) {
+    open();
+    queue(3, [](modem::Modem& modem) {
+        modem.sendIndication(0, kWdsProfileChangedInd, {0x10, 200, 0, 1});
+        modem.sendIndication(0, kWdsProfileChangedInd, {0x77, 1, 0, 1});
+        modem.report(0, kInternet, WDS_PROFILE_EVENT_DELETE);
+    });
+    pass();
+    EXPECT_TRUE(log.has(LogLevel::Error, "Unable to decode the nr status ind message"));
+    EXPECT_THAT(heard, IsEmpty());
+    pass();
+    EXPECT_TRUE(log.has(LogLevel::Error, "Profile changed ind TLV is not valid"));
+    EXPECT_THAT(heard, ElementsAre("3GPP:1 Delete"));
+}
+
+TEST_F(WdsProxyTest, DropsIndicationsOfAReleasedClient) {
+    open();
+    queue(1, [](modem::Modem& modem) { modem.report(0, kInternet, WDS_PROFILE_EVENT_DELETE); });
+    modem().powerOff();
+    MoxWdsProxy::handleError(spareFd(), &proxy());
+    EXPECT_TRUE(log.has(LogLevel::Info, "Handling modem down"));
+    pass();
+    EXPECT_THAT(heard, IsEmpty());
+    EXPECT_FALSE(proxy().remove(TechType::TECH_3GPP, 1));
+
+    modem().powerOn();
+    runUntil(LogLevel::Debug, "MoxWdsProxy config register request successful!");
+    EXPECT_TRUE(proxy().get(TechType::TECH_3GPP, 1));
+}
+
+TEST_F(WdsProxyTest, SecondServiceEventLeavesTheClientAlone) {
+    open();
+    MoxWdsProxy::moxNotifyCb(nullptr, nullptr, MOX_SERVICE_AVAILABLE, &proxy());
+    runUntil(LogLevel::Debug,
+             "MoxWdsProxy client is already present, so skipping client initialization.");
+    EXPECT_EQ(modem().clients(), 1U);
+    EXPECT_TRUE(proxy().get(TechType::TECH_3GPP, 257)) << "an identifier keeps the low byte";
+}
+
+TEST_F(WdsProxyTest, StopBeginsNoExchange) {
+    open();
+    queue(1, [](modem::Modem& modem) { modem.report(0, kInternet, WDS_PROFILE_EVENT_DELETE); });
+    const auto exchanges = modem().exchanges();
+    proxy().stop();
+    pass();
+    EXPECT_THAT(heard, IsEmpty());
+    EXPECT_FALSE(proxy().get(TechType::TECH_3GPP, 1));
+    EXPECT_THAT(proxy().getAllProfiles(), IsEmpty());
+    EXPECT_EQ(modem().exchanges(), exchanges);
+    EXPECT_THAT(log.texts(LogLevel::Error), IsEmpty()) << "what was not begun did not fail";
+}
+
+TEST(WdsProxyCallbackTest, SurvivesMissingArguments) {
+    LogRecorder log;
+    EventFd fd;
+    MoxWdsProxy::moxNotifyCb(nullptr, nullptr, MOX_SERVICE_AVAILABLE, nullptr);
+    MoxWdsProxy::moxNotifyCb(nullptr, nullptr, MOX_SERVICE_AVAILABLE + 1, &fd);
+    MoxWdsProxy::handleSvcUp(fd.get(), nullptr);
+    MoxWdsProxy::moxErrorCb(nullptr, 1, nullptr);
+    MoxWdsProxy::handleError(fd.get(), nullptr);
+    MoxWdsProxy::moxIndCb(nullptr, 1, nullptr, 0, nullptr);
+    MoxWdsProxy::handleIndication(-1, nullptr);
+    EXPECT_THAT(log.texts(LogLevel::Error),
+                ElementsAre("MoxWdsProxy instance is null",
+                            "MoxWdsProxy notify cb: unsupported service event",
+                            "MoxWdsProxy instance is null", "MoxWdsProxy NULL in moxErrorCb",
+                            "arg is null", "The ind_cb_data/ind_buf is null or ind_buf_len is 0",
+                            "Error while clearing the read buffer on fd -1",
+                            "handleIndication: arg is null"));
+}
+
+TEST(CacheIndicationTest, UnknownEventChangesNothing) {
+    EventManager eventManager;
+    ProfileCache cache(eventManager, 0, [](const auto&) { return nullptr; });
+    LogRecorder log;
+    cache.onIndication({TechType::TECH_3GPP, 1, static_cast<ProfileChangedEvent>(9)});
+    EXPECT_THAT(log.texts(LogLevel::Event),
+                ElementsAre("ProfileCache: onIndication < 3GPP:1 9", kForeign));
+    EXPECT_THAT(log.texts(LogLevel::Error), ElementsAre("Invalid ProfileChangedEvent"));
+    EXPECT_THAT(cache.dump(), ElementsAre("Cache:", "Pending:"));
+}
+
+class IndicationTest : public LibraryTest {
+protected:
+    IndicationTest() : LibraryTest(threeProfiles()) {}
+
+    std::size_t images(const std::string& part) const {
+        const auto all = cachedImages();
+        return static_cast<std::size_t>(std::count_if(
+            all.begin(), all.end(),
+            [&](const std::string& image) { return image.find(part) != std::string::npos; }));
+    }
+};
+
+TEST_F(IndicationTest, EchoesAreToldFromForeignChanges) {
+    LogRecorder log;
+    auto key = add("mine");
+    settle();
+    EXPECT_EQ(log.count(LogLevel::Event, kConfirmed), 2U);
+    const wds_profile_identifier_v01 id{WDS_PROFILE_TYPE_3GPP,
+                                        static_cast<std::uint8_t>(key->getProfileId())};
+    EXPECT_EQ(images("ApnName=mine,"), 1U);
+
+    // A third report is somebody else's: the image is read anew, and with it goes who made it.
+    log.clear();
+    modem().report(0, id, WDS_PROFILE_EVENT_MODIFY);
+    settle();
+    EXPECT_EQ(log.count(LogLevel::Event, kConfirmed), 0U);
+    EXPECT_EQ(log.count(LogLevel::Event, kForeign), 2U) << "the report, and the marker of settle()";
+    EXPECT_EQ(log.count(LogLevel::Debug, "~ModemProfile()"), 1U);
+    EXPECT_EQ(manager().getProfile(key)->getApnName(), "mine");
+    key.reset();
+    EXPECT_TRUE(
+        log.has(LogLevel::Event, "ProfileCache: ignoring non-persistent or non-velo created"));
+    EXPECT_EQ(modem().profiles(0).size(), 4U);
+}
+
+TEST_F(IndicationTest, ForeignChangesAreFollowed) {
+    const auto index = modem().addProfile(0, stored(WDS_PROFILE_TYPE_3GPP, 0, "foreign"));
+    ASSERT_TRUE(index);
+    const wds_profile_identifier_v01 id{WDS_PROFILE_TYPE_3GPP, *index};
+    settle();
+    EXPECT_EQ(images("ApnName=foreign,"), 1U);
+    const auto key = manager().filter(byApn("foreign")).front();
+
+    // Reported once more it is cached once more; a change reaches both, the deletion, too.
+    modem().report(0, id, WDS_PROFILE_EVENT_CREATE);
+    settle();
+    EXPECT_EQ(images("ApnName=foreign,"), 2U);
+
+    wds_profile_settings_v01 settings{};
+    settings.apn_name = text<kWdsApnNameSize>("Renamed");
+    ASSERT_TRUE(modem().modifyProfile(0, id, settings));
+    settle();
+    EXPECT_EQ(images("ApnName=renamed,"), 2U);
+    EXPECT_EQ(manager().getProfile(key)->getApnName(), "renamed");
+
+    ASSERT_TRUE(modem().deleteProfile(0, id));
+    modem().report(0, {WDS_PROFILE_TYPE_3GPP2, 1}, WDS_PROFILE_EVENT_DELETE);
+    settle();
+    EXPECT_EQ(images("ApnName=renamed,"), 0U);
+    EXPECT_THAT(cachedImages(), SizeIs(3));
+    EXPECT_FALSE(manager().getProfile(key));
+}
+
+TEST_F(IndicationTest, UnreadableProfileIsKeptAsNull) {
+    modem().setGate([](const mox::Frame& f) { return f.messageId != kWdsGetProfileSettingsReq; });
+    modem().report(0, kInternet, WDS_PROFILE_EVENT_CREATE);
+    modem().report(0, kInternet, WDS_PROFILE_EVENT_MODIFY);
+    settle();
+    EXPECT_EQ(images("null"), 2U);
+    EXPECT_EQ(images("ApnName=internet,"), 0U);
+    EXPECT_THAT(cachedImages(), SizeIs(4));
+}
+
+class RebuildTest : public IndicationTest, public ::testing::WithParamInterface<std::uint32_t> {};
+
+TEST_P(RebuildTest, DropsAllKeysAndReadsAnew) {
+    const auto key = manager().filter(byApn("internet")).front();
+    LogRecorder log;
+    modem().report(0, kInternet, static_cast<wds_profile_event_enum_v01>(GetParam()));
+    settle();
+    EXPECT_EQ(log.count(LogLevel::Event, "Refreshed Profiles:"), 1U);
+    EXPECT_FALSE(manager().getProfile(key));
+    EXPECT_THAT(cachedImages(), SizeIs(3));
+}
+
+INSTANTIATE_TEST_SUITE_P(Events, RebuildTest,
+                         ::testing::Values(WDS_PROFILE_EVENT_SUBSCRIPTION_CHANGE,
+                                           WDS_PROFILE_EVENT_READY, 0U, 7U, 0xFFFFFFFFU));
+
+}  // namespace
+}  // namespace velo::test

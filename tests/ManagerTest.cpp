@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "velo/Manager.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <list>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CacheView.h"
+#include "ClientRequestManager.h"
+#include "LocalLogBuffer.h"
+#include "Support.h"
+
+extern "C" __attribute__((weak)) void
+__lsan_do_leak_check();  // NOLINT(bugprone-reserved-identifier)
+
+namespace velo {
+namespace {
+
+/// Ends a forked child with all its destructors, but not where a leak checker would report what the
+/// parent's other threads had on their stacks.
+[[noreturn]] void endChild(int status) {
+    if (__lsan_do_leak_check != nullptr) {
+        _exit(status);
+    }
+    exit(status);
+}
+
+bool inHistory(const std::string& message) {
+    const auto lines = LocalLogBuffer::getInstance().getLogs();
+    return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+        return line.find("]" + message) != std::string::npos;
+    });
+}
+
+class ManagerTest : public test::LibraryTest {
+protected:
+    ManagerTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+
+    bool modemHas(const std::string& apn) {
+        const auto profiles = modem().profiles(0);
+        return std::any_of(profiles.begin(), profiles.end(), [&](const auto& profile) {
+            return apn == profile.settings.apn_name.value.data;
+        });
+    }
+};
+
+bool failsBeforeInit() {
+    Manager& manager = Manager::getInstance();
+    const bool failed =
+        !manager.addProfile(AddProfileParams(false, TechType::TECH_3GPP, false)) &&
+        !manager.modifyProfile(ModifyProfileParams(), nullptr) && !manager.deleteProfile(nullptr) &&
+        manager.filter(FilterProfileParams()).empty() && !manager.getProfile(nullptr) &&
+        !manager.match(FilterProfileParams(), nullptr);
+    manager.refresh(PDCRefreshStatus::REFRESH_STARTED);
+    const auto lines = manager.dump();
+    return failed && lines.size() == 9 && lines[0].empty() && lines[1] == "Logs:" &&
+           std::all_of(lines.begin() + 2, lines.end(), [](const std::string& line) {
+               return line.find("[VELO]Manager not initialized!") != std::string::npos;
+           });
+}
+
+TEST(ManagerDeathTest, NothingWorksBeforeInit) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(exit(failsBeforeInit() ? 0 : 1), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ManagerTest, TracesEachCall) {
+    test::LogRecorder log;
+    const auto key = add("traced");
+    ASSERT_TRUE(key);
+    EXPECT_EQ(log.texts(LogLevel::Event).front(),
+              "Manager::addProfile > Add 3GPP persist=false: ApnName=traced,IsIAProfile=false,");
+    EXPECT_TRUE(log.has(LogLevel::Debug, ":77:handleClientRequest"));
+    EXPECT_TRUE(log.has(LogLevel::Event, "Manager::addProfile < Add Success " + key->dump()));
+
+    EXPECT_FALSE(manager().match(FilterProfileParams(), nullptr));
+    EXPECT_TRUE(log.has(LogLevel::Event, "Manager::match > Match  None: "));
+    EXPECT_TRUE(log.has(LogLevel::Event, "Manager::match < Match Failure false"));
+    EXPECT_FALSE(manager().getProfile(nullptr));
+    EXPECT_TRUE(log.has(LogLevel::Event, "Manager::getProfile < Get Failure "));
+}
+
+TEST_F(ManagerTest, RefreshBlocksEverythingUntilItIsCompleted) {
+    auto key = add("before");
+    test::LogRecorder log;
+    manager().refresh(PDCRefreshStatus::REFRESH_STARTED);
+    EXPECT_TRUE(log.has(LogLevel::Info, "VELO refresh started"));
+    const auto exchanges = modem().exchanges();
+    EXPECT_FALSE(add("during"));
+    EXPECT_FALSE(manager().getProfile(key));
+    EXPECT_FALSE(manager().modifyProfile(ModifyProfileParams(test::byApn("other")), key));
+    EXPECT_FALSE(manager().match(FilterProfileParams(), key));
+    EXPECT_FALSE(manager().deleteProfile(key));
+    EXPECT_TRUE(manager().filter(FilterProfileParams()).empty());
+    key.reset();
+    EXPECT_EQ(modem().exchanges(), exchanges);
+
+    manager().refresh(static_cast<PDCRefreshStatus>(7));
+    EXPECT_TRUE(log.has(LogLevel::Info, "VELO refresh completed"));
+    EXPECT_TRUE(add("after"));
+    EXPECT_TRUE(modemHas("before"));
+}
+
+TEST_F(ManagerTest, InitAgainMakesKeysStale) {
+    auto key = add("old");
+    connect();
+    EXPECT_FALSE(manager().getProfile(key));
+    EXPECT_FALSE(manager().deleteProfile(key));
+    key.reset();
+    EXPECT_TRUE(modemHas("old"));
+}
+
+TEST_F(ManagerTest, KeysMayGoWhileTheirManagerGoes) {
+    for (int round = 0; round < 5; ++round) {
+        std::list<std::shared_ptr<IProfileKey>> keys;
+        while (keys.size() < 50) {
+            keys.splice(keys.end(), manager().filter(FilterProfileParams()));
+        }
+        std::thread dropper([keys = std::move(keys)]() mutable {
+            while (!keys.empty()) keys.pop_front();
+        });
+        connect(round % 2);
+        dropper.join();
+    }
+    EXPECT_TRUE(add("alive"));
+}
+
+TEST_F(ManagerTest, DestroyedRightAfterConstruction) {
+    for (int round = 0; round < 200; ++round) {
+        ClientRequestManager shortLived(0);
+    }
+    EXPECT_TRUE(add("alive"));
+}
+
+TEST_F(ManagerTest, CallerThatWaitsIsWokenByDestruction) {
+    auto engine = std::make_unique<ClientRequestManager>(0);
+    test::LogRecorder log;
+    std::thread caller([&engine = *engine] {
+        // A request that nobody answers.
+        EXPECT_EQ(engine.processClientRequest(
+                      std::make_shared<ClientRequest>(static_cast<ReqRespType>(99))),
+                  nullptr);
+    });
+    EXPECT_TRUE(test::waitUntil([&] { return log.has(LogLevel::Info, "Handling 99 "); }));
+    engine.reset();
+    caller.join();
+}
+
+TEST_F(ManagerTest, ReleaseOnTheWorkerIsCarriedOutLater) {
+    test::LogRecorder log;
+    for (const bool inCall : {true, false}) {
+        auto watched = add("watched");
+        auto other = add("other");
+        ASSERT_TRUE(watched && other);
+        watched->registerExpirationListener([&other] { other.reset(); });
+        if (inCall) {
+            EXPECT_TRUE(manager().deleteProfile(watched));
+        } else {
+            ASSERT_TRUE(modem().deleteProfile(
+                0, {WDS_PROFILE_TYPE_3GPP, static_cast<std::uint8_t>(watched->getProfileId())}));
+        }
+        EXPECT_TRUE(test::waitUntil([&] { return !modemHas("other"); }));
+        settle();
+    }
+    EXPECT_EQ(log.count(LogLevel::Error, "processClientRequest called on a worker thread"), 2U);
+    EXPECT_EQ(log.count(LogLevel::Debug, "~ProfileKey"), 4U);
+}
+
+TEST_F(ManagerTest, ForkedChildFailsCallsAndLeavesTheParentAlone) {
+    auto key = add("parent");
+    ASSERT_TRUE(key);
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool failed = !add("child") && !manager().getProfile(key) &&
+                            inHistory("Unable to cast to AddResponse") && !manager().dump().empty();
+        key.reset();
+        endChild(failed ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_TRUE(manager().getProfile(key));
+    EXPECT_TRUE(add("still alive"));
+}
+
+/// Keys that outlive the manager, and every other object of the library that ends with the process.
+std::list<std::shared_ptr<IProfileKey>>& lateKeys() {
+    static std::list<std::shared_ptr<IProfileKey>> keys;
+    return keys;
+}
+
+TEST(ManagerExitTest, KeysMayOutliveTheManager) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto useAndExit = [] {
+        class Fixture : public ManagerTest {
+        public:
+            using ManagerTest::add;
+
+        private:
+            void TestBody() override {}
+        };
+        lateKeys();
+        // Neither the modem nor the keys are released before the process ends.
+        static auto* const fixture = new Fixture;
+        lateKeys().push_back(fixture->add("late"));
+        lateKeys().back()->registerExpirationListener([] { lateKeys().clear(); });
+        exit(lateKeys().back() ? 0 : 1);
+    };
+    EXPECT_EXIT(useAndExit(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ManagerTest, ClosedStandardOutputIsNoHindrance) {
+    const auto useWithoutOutput = [this] {
+        close(STDOUT_FILENO);
+        connect();
+        connect();
+        exit(add("silent") ? 0 : 1);
+    };
+    EXPECT_EXIT(useWithoutOutput(), ::testing::ExitedWithCode(0), "");
+}
+
+/// Puts something that cannot be written in the place of every event descriptor of the process.
+void breakEventDescriptors() {
+    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry, gone) == "anon_inode:[eventfd]") {
+            dup2(nothing, std::stoi(entry.path().filename()));
+        }
+    }
+}
+
+TEST_F(ManagerTest, FailedHandOverIsReported) {
+    const auto callInVain = [this] {
+        breakEventDescriptors();
+        const bool reported =
+            !add("vain") && inHistory("error in writing rv: -1 error: Bad file descriptor") &&
+            inHistory("Manager::addProfile < ") && inHistory("Unable to cast to AddResponse");
+        _exit(reported ? 0 : 1);
+    };
+    EXPECT_EXIT(callInVain(), ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace velo

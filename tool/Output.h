@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <string_view>
+
+namespace velo::tool {
+
+struct GlobalOptions;
+class Table;
+
+/// Where a command's results and remarks go. Results that nobody reads any more end the command
+/// quietly. Used by one thread.
+class Output {
+public:
+    /// Thrown by a write when the reader of the results is gone.
+    struct Closed {};
+
+    /// @param fd where results go; stays the caller's. Negative for nowhere.
+    Output(const GlobalOptions& options, int fd) : mOptions(options), mFd(fd) {}
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    bool json() const;
+    bool isTerminal() const;
+    /// Columns of the terminal; without one there is no limit.
+    std::size_t width() const;
+    bool color() const;
+
+    void write(std::string_view text);
+    void line(std::string_view text);
+    void document(const nlohmann::json& json);
+    /// One JSON object on one line, for results that come one at a time.
+    void jsonLine(const nlohmann::json& json);
+    void table(const Table& table);
+
+    /// From the first call to the second every JSON result is an element of one array.
+    void beginList();
+    void endList();
+
+    /// Remarks and errors go to the standard error.
+    void remark(std::string_view text);
+    void error(std::string_view text);
+
+private:
+    void element(const std::string& json);
+
+    const GlobalOptions& mOptions;
+    int mFd;
+    bool mIsList = false;
+    bool mIsListEmpty = true;
+};
+
+/// Takes the standard output for the program's results and leaves descriptor 1 leading nowhere
+/// until the process has ended, because the library writes there on its own account, at the very
+/// end, too.
+/// @return the descriptor for the results; negative when the standard output was closed
+int takeStandardOutput();
+
+}  // namespace velo::tool
