@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -60,9 +59,7 @@ TEST(WatchTest, TellsWhatChangesAndSurvivesARestart) {
     EXPECT_THAT(result.out, Not(HasSubstr("hidden")));
 
     std::vector<std::string> changes;
-    std::istringstream lines(result.out);
-    for (std::string line; std::getline(lines, line);) {
-        const auto json = nlohmann::json::parse(line);
+    for (const auto& json : nlohmann::json::parse(result.out)) {
         changes.push_back(json.at("change"));
         EXPECT_THAT(json.at("time").get<std::string>(),
                     ::testing::MatchesRegex("....-..-..T..:..:..\\....Z"));

@@ -79,22 +79,31 @@ void Output::jsonLine(const nlohmann::json& json) {
     element(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
-void Output::beginList() {
-    mIsList = true;
-    mIsListEmpty = true;
-}
-
-void Output::endList() {
-    mIsList = false;
-    line(mIsListEmpty ? "[]" : "]");
-}
-
 void Output::element(const std::string& json) {
-    if (!mIsList) {
+    if (mLists == 0) {
         return line(json);
     }
     line((mIsListEmpty ? "[" : ",") + json);
     mIsListEmpty = false;
+}
+
+ResultList::ResultList(Output& output, bool isWanted) : mOutput(output), mIsWanted(isWanted) {
+    if (mIsWanted && mOutput.mLists++ == 0) {
+        mOutput.mIsListEmpty = true;
+    }
+}
+
+ResultList::~ResultList() {
+    if (!mIsWanted || --mOutput.mLists > 0) {
+        return;
+    }
+    try {
+        mOutput.line(mOutput.mIsListEmpty ? "[]" : "]");
+    } catch (const Output::Closed&) {
+        // Whoever read the results is gone: there is no list to end.
+    } catch (const CommandError& error) {
+        mOutput.error(error.what());
+    }
 }
 
 void Output::table(const Table& table) {

@@ -36,21 +36,34 @@ public:
     void jsonLine(const nlohmann::json& json);
     void table(const Table& table);
 
-    /// From the first call to the second every JSON result is an element of one array.
-    void beginList();
-    void endList();
-
     /// Remarks and errors go to the standard error.
     void remark(std::string_view text);
     void error(std::string_view text);
 
 private:
+    friend class ResultList;
+
     void element(const std::string& json);
 
     const GlobalOptions& mOptions;
     int mFd;
-    bool mIsList = false;
+    unsigned int mLists = 0;
     bool mIsListEmpty = true;
+};
+
+/// While one lives, every JSON result is an element of one array, each from a line of its own on:
+/// for commands that have more than one result. A list within a list is part of it.
+class ResultList {
+public:
+    /// @param isWanted false makes it do nothing
+    ResultList(Output& output, bool isWanted);
+    ~ResultList();
+    ResultList(const ResultList&) = delete;
+    ResultList& operator=(const ResultList&) = delete;
+
+private:
+    Output& mOutput;
+    bool mIsWanted;
 };
 
 /// Takes the standard output for the program's results and leaves descriptor 1 leading nowhere

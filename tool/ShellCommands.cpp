@@ -37,34 +37,6 @@ constexpr const char* kGroup = "Shell and scripts";
 
 using State = std::shared_ptr<ShellState>;
 
-/// Makes the JSON results of all lines one array, for a program that reads them; a person at a
-/// shell sees each by itself.
-class ResultList {
-public:
-    ResultList(Output& output, bool isWanted) : mOutput(output), mIsWanted(isWanted) {
-        if (mIsWanted) {
-            mOutput.beginList();
-        }
-    }
-    ~ResultList() {
-        try {
-            if (mIsWanted) {
-                mOutput.endList();
-            }
-        } catch (const Output::Closed&) {
-            // Whoever read the results is gone: there is no list to end.
-        } catch (const CommandError& error) {
-            mOutput.error(error.what());
-        }
-    }
-    ResultList(const ResultList&) = delete;
-    ResultList& operator=(const ResultList&) = delete;
-
-private:
-    Output& mOutput;
-    const bool mIsWanted;
-};
-
 LineEditor::Continuations continuations(const CommandLine& line, const KeyRing& keys,
                                         const std::string& beginning) {
     CommandText text = CommandText::parse(beginning);

@@ -97,13 +97,14 @@ int watch(Context& context, const WatchOptions& wanted) {
     const std::string path = context.session.modemPath();
     if (context.session.embedded() != nullptr) {
         context.output.remark(
-            "velo: nobody else changes the embedded modem; with --modem PATH a modem is watched "
-            "that "
-            "others use");
+            "velo: nobody else changes the embedded modem; with --modem PATH a modem that others "
+            "use "
+            "is watched");
     }
     Watcher watcher(context.options.instance);
     context.output.remark("velo: watching " + std::to_string(watcher.profiles()) +
                           " profiles of the modem at " + path);
+    const ResultList results(context.output, context.output.json());
     unsigned int seen = 0;
     while (!wanted.count || seen < *wanted.count) {
         const std::optional<WatchEvent> event = watcher.next(interruption.fd(), deadline);

@@ -21,6 +21,19 @@
 
 namespace {
 
+std::string timeText() {
+    timeval now{};
+    ::gettimeofday(&now, nullptr);
+    tm local{};
+    ::localtime_r(&now.tv_sec, &local);
+    char date[32];
+    const std::size_t length = std::strftime(date, sizeof(date), "%Y-%m-%d %H:%M:%S", &local);
+    char milliseconds[8];
+    std::snprintf(milliseconds, sizeof(milliseconds), ".%03d",
+                  static_cast<int>(now.tv_usec / 1000 % 1000));
+    return std::string(date, length) + milliseconds;
+}
+
 /// The open log and its users. One for the process, never destroyed, because messages may be sent
 /// until the process ends.
 class Log {
@@ -53,9 +66,13 @@ public:
         return mFd >= 0;
     }
 
-    void append(const std::string& line) {
+    /// Writes the time and `text` as a line.
+    void append(const std::string& text) {
+        // The time is taken under the lock, too: lines are in its order, and no thread is within
+        // the C library's time zone lock when the process forks.
         const std::lock_guard lock(mMutex);
         if (mFd >= 0) {
+            const std::string line = timeText() + ' ' + text + '\n';
             // A full disk loses the line: a log must not stop who logs.
             [[maybe_unused]] const ssize_t written = ::write(mFd, line.data(), line.size());
         }
@@ -88,19 +105,6 @@ private:
     unsigned int mUsers = 0;
     int mFd = -1;
 };
-
-std::string timeText() {
-    timeval now{};
-    ::gettimeofday(&now, nullptr);
-    tm local{};
-    ::localtime_r(&now.tv_sec, &local);
-    char date[32];
-    const std::size_t length = std::strftime(date, sizeof(date), "%Y-%m-%d %H:%M:%S", &local);
-    char milliseconds[8];
-    std::snprintf(milliseconds, sizeof(milliseconds), ".%03d",
-                  static_cast<int>(now.tv_usec / 1000 % 1000));
-    return std::string(date, length) + milliseconds;
-}
 
 std::string format(const char* pattern, const char* tag, const char* text) {
     const int length = std::snprintf(nullptr, 0, pattern, tag, text);
@@ -143,11 +147,9 @@ void msg_sprintf(const diag_message_descriptor* descriptor, const char* tag, con
     if (descriptor == nullptr || descriptor->format == nullptr || !Log::getInstance().listening()) {
         return;
     }
-    std::string line = timeText();
-    line += ' ' + std::to_string(descriptor->subsystem_id);
+    std::string line = std::to_string(descriptor->subsystem_id);
     line += ' ' + std::to_string(descriptor->mask) + ' ';
     appendEscaped(
         line, format(descriptor->format, tag == nullptr ? "" : tag, text == nullptr ? "" : text));
-    line += '\n';
     Log::getInstance().append(line);
 }
