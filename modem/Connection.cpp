@@ -5,9 +5,11 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <optional>
 #include <utility>
 
 #include "host/mox/Socket.h"
+#include "modem/CaptureFormat.h"
 
 namespace velo::modem {
 
@@ -39,10 +41,27 @@ bool Connection::flush() {
         if (error != 0 && error != EMSGSIZE) {
             return false;
         }
+        if (error == 0 && mCapture != nullptr) {
+            record(Direction::FromModem, mQueue.front().pack());
+        }
         mQueuedBytes -= footprint(mQueue.front());
         mQueue.pop_front();
     }
     return true;
+}
+
+void Connection::recordReceived(std::span<const std::uint8_t> packet) const {
+    if (mCapture != nullptr) {
+        record(Direction::ToModem, packet);
+    }
+}
+
+void Connection::record(Direction direction, std::span<const std::uint8_t> packet) const {
+    std::optional<std::uint8_t> subscription;
+    if (session.active && session.subscription < capture::kNoSubscription) {
+        subscription = static_cast<std::uint8_t>(session.subscription);
+    }
+    mCapture->record(static_cast<std::uint32_t>(mNumber), direction, subscription, packet);
 }
 
 void Connection::close() {

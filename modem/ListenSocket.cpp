@@ -53,13 +53,14 @@ int bindTo(int fd, const sockaddr_un& address) {
 
 }  // namespace
 
-ListenSocket::ListenSocket(const std::string& path) {
-    const std::string what = "modem socket " + path;
+ListenSocket::ListenSocket(const std::string& path, int type) {
+    const std::string what = (type == SOCK_STREAM ? "control socket " : "modem socket ") + path;
     sockaddr_un address;
     if (!mox::makeAddress(path, address)) {
         raise(errno, what);
     }
-    mox::Descriptor socket = mox::makeSocket();
+    mox::Descriptor socket(
+        mox::clearOfStandardStreams(::socket(AF_UNIX, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)));
     // The mode must be right when the file appears, not a moment later.
     if (!socket || ::fchmod(socket.get(), kOwnerOnly) != 0) {
         raise(errno, what);

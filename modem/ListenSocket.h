@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <sys/socket.h>
+
 #include <string>
 
 #include "host/mox/Descriptor.h"
@@ -14,8 +16,10 @@ class ListenSocket {
 public:
     ListenSocket() = default;
 
+    /// A packet socket for clients or, by another type, a stream socket for controllers.
+    ///
     /// @throws std::system_error when it cannot be made; EADDRINUSE when a live modem has it
-    explicit ListenSocket(const std::string& path);
+    explicit ListenSocket(const std::string& path, int type = SOCK_SEQPACKET);
     ~ListenSocket() { close(); }
     ListenSocket(ListenSocket&& other) noexcept = default;
     ListenSocket& operator=(ListenSocket&& other) noexcept;

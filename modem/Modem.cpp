@@ -6,12 +6,17 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
+#include "modem/ControlOrders.h"
 #include "modem/FactoryProfiles.h"
+#include "modem/Faults.h"
+#include "modem/PowerSwitch.h"
 #include "modem/Server.h"
+#include "modem/StateFile.h"
 #include "modem/WdsService.h"
 
 namespace velo::modem {
@@ -50,30 +55,34 @@ public:
     explicit Impl(ModemOptions options)
         : path(options.socketPath.empty() ? folder.make() + "/modem"
                                           : std::move(options.socketPath)),
+          state(options.stateFile.empty() ? nullptr
+                                          : std::make_unique<StateFile>(options.stateFile)),
           service(server, options.subscriptions, options.capacity,
-                  options.factoryProfiles ? *options.factoryProfiles : builtInProfiles()) {
+                  options.factoryProfiles ? *options.factoryProfiles : builtInProfiles(),
+                  state.get()),
+          power(server, service, path),
+          faults(server, service, power, std::chrono::milliseconds(options.latencyMs), options.seed,
+                 options.faults),
+          orders(server, service, power, faults, std::move(options.onStop)) {
         server.open(path);
-        server.start(service);
+        // Only a modem that has its socket may clear the file: it may be a live one's.
+        if (!options.captureFile.empty()) {
+            server.startCapture(options.captureFile);
+        }
+        server.start(faults);
     }
     ~Impl() { server.stop(); }
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
 
-    /// Both on the modem's thread.
-    void powerOff() {
-        server.close();
-        service.forgetVolatile();
-    }
-    void powerOn() {
-        if (!server.isOpen()) {
-            server.open(path);
-        }
-    }
-
     PrivateFolder folder;
     const std::string path;
     Server server;
+    const std::unique_ptr<StateFile> state;
     WdsService service;
+    PowerSwitch power;
+    Faults faults;
+    ControlOrders orders;
     const pid_t owner = ::getpid();
 };
 
@@ -151,26 +160,23 @@ void Modem::setGate(std::function<bool(const mox::Frame&)> gate) {
 }
 
 void Modem::powerOff() {
-    mImpl->server.run([&] { mImpl->powerOff(); });
+    mImpl->server.run([&] { mImpl->power.off(); });
 }
 
 void Modem::powerOn() {
-    mImpl->server.run([&] { mImpl->powerOn(); });
+    mImpl->server.run([&] { mImpl->power.on(); });
 }
 
 void Modem::restart() {
-    mImpl->server.run([&] {
-        mImpl->powerOff();
-        mImpl->powerOn();
-    });
+    mImpl->server.run([&] { mImpl->power.restart(std::chrono::milliseconds(0)); });
 }
 
-void Modem::factoryReset() {
-    mImpl->server.run([&] {
-        mImpl->powerOff();
-        mImpl->service.restoreFactory();
-        mImpl->powerOn();
-    });
+bool Modem::factoryReset() {
+    return mImpl->server.run([&] { return mImpl->power.factoryReset(); });
+}
+
+std::string Modem::control(const std::string& line) {
+    return mImpl->server.run([&] { return mImpl->orders.execute(line); });
 }
 
 }  // namespace velo::modem

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "modem/FaultChances.h"
 #include "modem/StoredProfile.h"
 
 namespace velo::mox {
@@ -30,6 +31,22 @@ struct ModemOptions {
     std::size_t capacity = kWdsMaxProfiles;
     /// What each subscription holds at its first boot; nullopt for the built-in profiles.
     std::optional<std::vector<StoredProfile>> factoryProfiles;
+    /// Where the persistent profiles outlive the modem: a change of them is in this file, on the
+    /// disk, before it is answered. Made from the factory profiles when it does not exist; empty
+    /// for none. FILE.lock beside it keeps a second modem away.
+    std::string stateFile;
+    /// Where every frame is recorded as pcapng, passwords included; empty for nowhere. What the
+    /// file held before is gone.
+    std::string captureFile;
+    /// Milliseconds that everything the modem sends is under way, in order.
+    unsigned int latencyMs = 0;
+    /// Of the dice that the faults are cast with: the same seed and the same requests have the same
+    /// faults.
+    std::uint64_t seed = 0;
+    FaultChances faults;
+    /// What the control order `stop` does, on the modem's thread; empty when the modem's process is
+    /// none of its business, and the order is refused.
+    std::function<void()> onStop;
 };
 
 /// The simulated modem, running inside the process on a thread of its own: profile stores behind a
@@ -38,7 +55,10 @@ struct ModemOptions {
 /// to every registered client of that subscription.
 class Modem {
 public:
-    /// @throws std::system_error when the socket cannot be made, or a live modem has it already
+    /// @throws std::system_error when the socket or the capture file cannot be made, or a live
+    /// modem has the socket already
+    /// @throws ModemError when the state file cannot be used: damaged, of another kind of modem, in
+    /// use by a live one, or not writable at the first boot
     explicit Modem(ModemOptions options = {});
     ~Modem();
     Modem(const Modem&) = delete;
@@ -93,8 +113,12 @@ public:
     /// Off and on.
     void restart();
 
-    /// Off, every store back to the factory profiles, and on: a modem fresh from its box.
-    void factoryReset();
+    /// Off, every store back to the factory profiles, and on: a modem fresh from its box. False
+    /// when the state file cannot be written: then it was a mere restart.
+    bool factoryReset();
+
+    /// Carries out one order of the control channel and returns its answer, as ControlOrders says.
+    std::string control(const std::string& line);
 
 private:
     class Impl;

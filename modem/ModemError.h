@@ -3,6 +3,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace velo::modem {
 
@@ -11,5 +12,15 @@ class ModemError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// Does the work and returns its result; a ModemError of it gets the place before its text.
+template <typename Work>
+auto inPlace(const std::string& place, Work work) {
+    try {
+        return work();
+    } catch (const ModemError& error) {
+        throw ModemError(place + ": " + error.what());
+    }
+}
 
 }  // namespace velo::modem

@@ -137,10 +137,14 @@ void ProfileStore::forgetVolatile() {
 }
 
 void ProfileStore::restoreFactory() {
+    replace(mFactory);
+}
+
+void ProfileStore::replace(const std::vector<StoredProfile>& replacement) {
     for (auto& profiles : mProfiles) {
         profiles.clear();
     }
-    for (const StoredProfile& profile : mFactory) {
+    for (const StoredProfile& profile : replacement) {
         if (check(profile.id.profile_type, profile.settings) == WDS_ERR_NONE) {
             mProfiles[profile.id.profile_type].insert_or_assign(profile.id.profile_index, profile);
         }

@@ -52,6 +52,12 @@ public:
     void forgetVolatile();
     void restoreFactory();
 
+    /// Holds these profiles and no other; one whose settings cannot be its own is left out.
+    void replace(const std::vector<StoredProfile>& replacement);
+
+    /// Profiles of each technology that it can hold.
+    std::size_t capacity() const { return mCapacity; }
+
     /// Why these settings cannot belong to a profile of that technology, or WDS_ERR_NONE: a
     /// technology that does not exist, a setting of the other one, a string without end.
     static wds_error_enum_v01 check(wds_profile_type_enum_v01 type,

@@ -6,9 +6,11 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <span>
 #include <system_error>
 
 #include "host/mox/Socket.h"
@@ -87,6 +89,14 @@ void Server::close() {
 }
 
 void Server::transmit(Connection& connection, mox::Frame frame) {
+    if (mOutlet) {
+        mOutlet(connection, std::move(frame));
+    } else {
+        deliver(connection, std::move(frame));
+    }
+}
+
+void Server::deliver(Connection& connection, mox::Frame frame) {
     // A copy, because what it does may replace it.
     if (const auto tamper = mTamper; tamper != nullptr && !(*tamper)(frame)) {
         return;
@@ -106,6 +116,18 @@ void Server::setTamper(Tamper tamper) {
     mTamper = tamper ? std::make_shared<Tamper>(std::move(tamper)) : nullptr;
 }
 
+void Server::after(std::chrono::milliseconds delay, std::function<void()> work) {
+    mTimers.emplace(Clock::now() + delay, std::move(work));
+}
+
+Connection* Server::find(std::uint64_t number) const {
+    const auto found =
+        std::find_if(mConnections.begin(), mConnections.end(), [number](const auto& connection) {
+            return connection->isOpen() && connection->number() == number;
+        });
+    return found == mConnections.end() ? nullptr : found->get();
+}
+
 void Server::post(std::function<void()> task) {
     const std::lock_guard lock(mMutex);
     mTasks.push_back(std::move(task));
@@ -116,7 +138,7 @@ void Server::loop() {
     { const std::lock_guard started(mMutex); }
     std::array<epoll_event, kEventsAtOnce> events{};
     while (!mStopping) {
-        const int count = ::epoll_wait(mEpoll.get(), events.data(), kEventsAtOnce, -1);
+        const int count = ::epoll_wait(mEpoll.get(), events.data(), kEventsAtOnce, untilTimer());
         for (int i = 0; i < count; ++i) {
             const auto& event = events[static_cast<std::size_t>(i)];
             if (event.data.ptr == this) {
@@ -127,7 +149,25 @@ void Server::loop() {
                 onEvent(*static_cast<Connection*>(event.data.ptr), event.events);
             }
         }
+        runTimers();
         sweep();
+    }
+}
+
+int Server::untilTimer() const {
+    if (mTimers.empty()) {
+        return -1;
+    }
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(mTimers.begin()->first - Clock::now()).count();
+    return static_cast<int>(std::max<std::int64_t>(left, 0));
+}
+
+void Server::runTimers() {
+    const auto now = Clock::now();
+    while (!mStopping && !mTimers.empty() && mTimers.begin()->first <= now) {
+        const auto work = std::move(mTimers.extract(mTimers.begin()).mapped());
+        work();
     }
 }
 
@@ -150,7 +190,8 @@ void Server::accept() {
     if (!socket) {
         return;
     }
-    mConnections.push_back(std::make_unique<Connection>(std::move(socket)));
+    mConnections.push_back(
+        std::make_unique<Connection>(std::move(socket), ++mAccepted, mCapture.get()));
     auto& connection = *mConnections.back();
     watch(connection.fd(), &connection, EPOLLIN, EPOLL_CTL_ADD);
 }
@@ -172,11 +213,16 @@ void Server::onEvent(Connection& connection, unsigned int events) {
 
 void Server::receive(Connection& connection) {
     mox::Frame frame;
-    const auto received = mox::receiveFrame(connection.fd(), mBuffer, frame);
+    std::span<const std::uint8_t> packet;
+    const auto received = mox::receiveFrame(connection.fd(), mBuffer, frame, &packet);
     if (received == mox::Received::Lost) {
         return drop(connection);
     }
-    if (received == mox::Received::Nothing || frame.kind != MOX_MESSAGE_REQUEST) {
+    if (received == mox::Received::Nothing) {
+        return;
+    }
+    connection.recordReceived(packet);
+    if (frame.kind != MOX_MESSAGE_REQUEST) {
         return;
     }
     if (received == mox::Received::Damaged) {

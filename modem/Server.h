@@ -2,8 +2,11 @@
 
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <future>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -14,6 +17,7 @@
 
 #include "host/mox/Descriptor.h"
 #include "host/mox/Frame.h"
+#include "modem/Capture.h"
 #include "modem/Connection.h"
 #include "modem/FrameHandler.h"
 #include "modem/ListenSocket.h"
@@ -26,6 +30,7 @@ namespace velo::modem {
 class Server {
 public:
     using Tamper = std::function<bool(mox::Frame&)>;
+    using Outlet = std::function<void(Connection&, mox::Frame)>;
 
     Server();
     /// Ends the thread and closes every connection.
@@ -58,22 +63,46 @@ public:
     void open(const std::string& path);
     bool isOpen() const { return mListen.isOpen(); }
 
+    /// Records every frame in a file from here on. Before start().
+    ///
+    /// @throws std::system_error as Capture does
+    void startCapture(const std::string& path) { mCapture = std::make_unique<Capture>(path); }
+
     /// Nobody can connect any more, and every connection is lost.
     void close();
 
-    /// Where every frame leaves. Nothing for a closed connection.
+    /// Where every frame leaves: through the outlet, when there is one.
     void transmit(Connection& connection, mox::Frame frame);
 
+    /// Sends a frame past the outlet. Nothing for a closed connection.
+    void deliver(Connection& connection, mox::Frame frame);
+
+    /// Whoever decides when, and whether, a frame is delivered. Set before start().
+    void setOutlet(Outlet outlet) { mOutlet = std::move(outlet); }
+
     void setTamper(Tamper tamper);
+
+    /// Does the work once the time has passed and the current piece of work is done; in the order
+    /// of the calls when they are due together. What is not due by stop() is never done.
+    void after(std::chrono::milliseconds delay, std::function<void()> work);
+
+    void disconnect(Connection& connection) { drop(connection); }
+
+    /// Null when that client is gone.
+    Connection* find(std::uint64_t number) const;
 
     /// All connections, closed ones that were not swept yet included. Not changed within one piece
     /// of work.
     const std::vector<std::unique_ptr<Connection>>& connections() const { return mConnections; }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     void post(std::function<void()> task);
     void loop();
     void runTasks();
+    int untilTimer() const;
+    void runTimers();
     void accept();
     void onEvent(Connection& connection, unsigned int events);
     void receive(Connection& connection);
@@ -86,9 +115,13 @@ private:
     const mox::Descriptor mWake;
     FrameHandler* mHandler = nullptr;
     ListenSocket mListen;
+    std::unique_ptr<Capture> mCapture;
     std::vector<std::unique_ptr<Connection>> mConnections;
     std::vector<std::uint8_t> mBuffer;
+    std::uint64_t mAccepted = 0;
+    Outlet mOutlet;
     std::shared_ptr<Tamper> mTamper;
+    std::multimap<Clock::time_point, std::function<void()>> mTimers;
     bool mStopping = false;
 
     std::mutex mMutex;

@@ -3,6 +3,7 @@
 #include "modem/WdsService.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -35,6 +36,26 @@ bool wants(const Session& session, const wds_profile_identifier_v01& id,
                        [&](const auto& wanted) { return covers(wanted, id); });
 }
 
+ProfileStore::Outcome carryOut(ProfileStore& store, const Change& change) {
+    switch (change.kind) {
+        case Change::Kind::Create:
+            return store.create(change.profile);
+        case Change::Kind::Modify:
+            return store.modify(change.profile.id, change.profile.settings);
+        case Change::Kind::Delete:
+            return store.remove(change.profile.id);
+    }
+    return {WDS_ERR_INTERNAL, {}};
+}
+
+bool touchesPersistent(const ProfileStore& store, const Change& change) {
+    if (change.kind == Change::Kind::Create) {
+        return change.profile.persistent;
+    }
+    const auto* profile = store.find(change.profile.id);
+    return profile != nullptr && profile->persistent;
+}
+
 wds_response_type_v01 resultOf(wds_error_enum_v01 error) {
     return {error == WDS_ERR_NONE ? WDS_RESULT_SUCCESS : WDS_RESULT_FAILURE, error};
 }
@@ -42,8 +63,18 @@ wds_response_type_v01 resultOf(wds_error_enum_v01 error) {
 }  // namespace
 
 WdsService::WdsService(Server& server, unsigned int subscriptions, std::size_t capacity,
-                       const std::vector<StoredProfile>& factory)
-    : mServer(server), mStores(std::max(subscriptions, 1U), ProfileStore(capacity, factory)) {}
+                       const std::vector<StoredProfile>& factory, const StateFile* state)
+    : mServer(server),
+      mState(state),
+      mStores(std::max(subscriptions, 1U), ProfileStore(capacity, factory)) {
+    if (mState == nullptr) {
+        return;
+    }
+    const auto held = mState->boot(contents(), mStores.front().capacity());
+    for (std::size_t i = 0; i < mStores.size(); ++i) {
+        mStores[i].replace(held[i]);
+    }
+}
 
 void WdsService::onRequest(Connection& connection, const mox::Frame& request) {
     ++mExchanges;
@@ -57,6 +88,12 @@ void WdsService::onRequest(Connection& connection, const mox::Frame& request) {
         return refuse(connection, request, WDS_ERR_INTERNAL);
     }
     (this->*handler)(connection, request);
+}
+
+void WdsService::reject(Connection& connection, const mox::Frame& request) {
+    ++mExchanges;
+    connection.session.active = true;
+    refuse(connection, request, WDS_ERR_INTERNAL);
 }
 
 void WdsService::onDamagedRequest(Connection& connection, const mox::Frame& head) {
@@ -117,15 +154,37 @@ ProfileStore::Outcome WdsService::apply(unsigned int subscription, const Change&
         return {WDS_ERR_INVALID_ARG, {}};
     }
     auto& store = mStores[subscription];
-    switch (change.kind) {
-        case Change::Kind::Create:
-            return store.create(change.profile);
-        case Change::Kind::Modify:
-            return store.modify(change.profile.id, change.profile.settings);
-        case Change::Kind::Delete:
-            return store.remove(change.profile.id);
+    if (mState == nullptr || !touchesPersistent(store, change)) {
+        return carryOut(store, change);
     }
-    return {WDS_ERR_INTERNAL, {}};
+    auto before = mStores;
+    const auto outcome = carryOut(store, change);
+    if (outcome.error != WDS_ERR_NONE) {
+        return outcome;
+    }
+    const auto error = save(std::move(before));
+    return error == WDS_ERR_NONE ? outcome : ProfileStore::Outcome{error, {}};
+}
+
+wds_error_enum_v01 WdsService::save(std::vector<ProfileStore> before) {
+    const int error = mState->save(contents());
+    if (error == 0) {
+        return WDS_ERR_NONE;
+    }
+    mStores.swap(before);
+    // Should the refused stores be in place, and only the flush of that have failed, these replace
+    // them.
+    mState->save(contents());
+    const bool full = error == ENOSPC || error == EDQUOT || error == EFBIG;
+    return full ? WDS_ERR_NO_MEMORY : WDS_ERR_INTERNAL;
+}
+
+StateFile::Stores WdsService::contents() const {
+    StateFile::Stores stores;
+    for (const ProfileStore& store : mStores) {
+        stores.push_back(store.all());
+    }
+    return stores;
 }
 
 void WdsService::announce(unsigned int subscription, const wds_profile_identifier_v01& id,
@@ -139,14 +198,19 @@ void WdsService::announce(unsigned int subscription, const wds_profile_identifie
     }
 }
 
-void WdsService::sendEvent(Connection& connection, const wds_profile_identifier_v01& id,
-                           wds_profile_event_enum_v01 event) {
+mox::Frame WdsService::indication(const wds_profile_identifier_v01& id,
+                                  wds_profile_event_enum_v01 event) {
     wds_profile_changed_ind_msg_v01 message{};
     message.profile_changed = {1, {id.profile_type, id.profile_index, event}};
     mox::Frame frame{MOX_MESSAGE_INDICATION, 0, kWdsProfileChangedInd, {}};
     mox::encode(*mox::wdsService().find(MOX_MESSAGE_INDICATION, kWdsProfileChangedInd), &message,
                 frame.payload);
-    mServer.transmit(connection, std::move(frame));
+    return frame;
+}
+
+void WdsService::sendEvent(Connection& connection, const wds_profile_identifier_v01& id,
+                           wds_profile_event_enum_v01 event) {
+    mServer.transmit(connection, indication(id, event));
 }
 
 void WdsService::indicate(unsigned int subscription, std::uint16_t messageId,
@@ -170,10 +234,12 @@ void WdsService::forgetVolatile() {
     }
 }
 
-void WdsService::restoreFactory() {
+bool WdsService::restoreFactory() {
+    auto before = mStores;
     for (auto& store : mStores) {
         store.restoreFactory();
     }
+    return mState == nullptr || save(std::move(before)) == WDS_ERR_NONE;
 }
 
 void WdsService::setGate(Gate gate) {

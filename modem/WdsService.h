@@ -11,6 +11,7 @@
 #include "modem/FrameHandler.h"
 #include "modem/ProfileStore.h"
 #include "modem/Server.h"
+#include "modem/StateFile.h"
 
 namespace velo::modem {
 
@@ -29,11 +30,18 @@ class WdsService : public FrameHandler {
 public:
     using Gate = std::function<bool(const mox::Frame&)>;
 
+    /// With a `state` every change of a persistent profile is in it before it is answered; a change
+    /// that cannot be written is refused. It must outlive the service; null for none.
+    ///
+    /// @throws ModemError as StateFile::boot does
     WdsService(Server& server, unsigned int subscriptions, std::size_t capacity,
-               const std::vector<StoredProfile>& factory);
+               const std::vector<StoredProfile>& factory, const StateFile* state);
 
     void onRequest(Connection& connection, const mox::Frame& request) override;
     void onDamagedRequest(Connection& connection, const mox::Frame& head) override;
+
+    /// Answers a request with a failed result in place of carrying it out.
+    void reject(Connection& connection, const mox::Frame& request);
 
     /// Where every change of a store passes: it is made, `answer` tells its originator, and then
     /// every registered client hears of it. A subscription that does not exist refuses everything.
@@ -45,13 +53,19 @@ public:
     void announce(unsigned int subscription, const wds_profile_identifier_v01& id,
                   wds_profile_event_enum_v01 event);
 
+    static mox::Frame indication(const wds_profile_identifier_v01& id,
+                                 wds_profile_event_enum_v01 event);
+
     /// Sends any bytes as an indication to the registered clients of a subscription.
     void indicate(unsigned int subscription, std::uint16_t messageId,
                   const std::vector<std::uint8_t>& bytes);
 
+    std::size_t subscriptions() const { return mStores.size(); }
     std::vector<StoredProfile> profiles(unsigned int subscription) const;
     void forgetVolatile();
-    void restoreFactory();
+
+    /// False, and nothing changed, when the state file cannot be written.
+    bool restoreFactory();
     void setGate(Gate gate);
 
     /// Requests received so far. Any thread.
@@ -84,7 +98,12 @@ private:
                    wds_profile_event_enum_v01 event);
     ProfileStore::Outcome apply(unsigned int subscription, const Change& change);
 
+    /// Writes the stores to the state file, or puts them back to what they were and says why.
+    wds_error_enum_v01 save(std::vector<ProfileStore> before);
+    StateFile::Stores contents() const;
+
     Server& mServer;
+    const StateFile* const mState;
     std::vector<ProfileStore> mStores;
     std::shared_ptr<Gate> mGate;
     std::atomic<std::uint64_t> mExchanges{0};

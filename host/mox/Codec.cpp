@@ -29,32 +29,6 @@ void store(std::uint8_t* at, std::uint64_t value) {
     std::memcpy(at, &narrow, sizeof(narrow));
 }
 
-std::uint64_t loadScalar(const Field& field, const std::uint8_t* at) {
-    switch (field.kind) {
-        case FieldKind::U8:
-            return *at;
-        case FieldKind::U16:
-            return load<std::uint16_t>(at);
-        case FieldKind::U32:
-            return load<std::uint32_t>(at);
-        default:
-            return load<std::uint64_t>(at);
-    }
-}
-
-void storeScalar(const Field& field, std::uint8_t* at, std::uint64_t value) {
-    switch (field.kind) {
-        case FieldKind::U8:
-            return store<std::uint8_t>(at, value);
-        case FieldKind::U16:
-            return store<std::uint16_t>(at, value);
-        case FieldKind::U32:
-            return store<std::uint32_t>(at, value);
-        default:
-            return store<std::uint64_t>(at, value);
-    }
-}
-
 class Encoder {
 public:
     explicit Encoder(std::vector<std::uint8_t>& bytes) : mBytes(bytes) {}
@@ -270,6 +244,32 @@ bool decodeFields(const MessageDefinition& message, std::span<const std::uint8_t
 }
 
 }  // namespace
+
+std::uint64_t loadScalar(const Field& field, const std::uint8_t* at) {
+    switch (field.kind) {
+        case FieldKind::U8:
+            return *at;
+        case FieldKind::U16:
+            return load<std::uint16_t>(at);
+        case FieldKind::U32:
+            return load<std::uint32_t>(at);
+        default:
+            return load<std::uint64_t>(at);
+    }
+}
+
+void storeScalar(const Field& field, std::uint8_t* at, std::uint64_t value) {
+    switch (field.kind) {
+        case FieldKind::U8:
+            return store<std::uint8_t>(at, value);
+        case FieldKind::U16:
+            return store<std::uint16_t>(at, value);
+        case FieldKind::U32:
+            return store<std::uint32_t>(at, value);
+        default:
+            return store<std::uint64_t>(at, value);
+    }
+}
 
 bool encode(const MessageDefinition& message, const void* structure,
             std::vector<std::uint8_t>& bytes) {

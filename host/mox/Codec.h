@@ -27,4 +27,9 @@ bool encode(const MessageDefinition& message, const void* structure,
 /// absent mandatory one.
 bool decode(const MessageDefinition& message, std::span<const std::uint8_t> bytes, void* structure);
 
+/// The number that a U8 to U64 field holds at `at`, and the other way round; a number that is too
+/// large loses its upper bytes.
+std::uint64_t loadScalar(const Field& field, const std::uint8_t* at);
+void storeScalar(const Field& field, std::uint8_t* at, std::uint64_t value);
+
 }  // namespace velo::mox

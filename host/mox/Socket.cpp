@@ -4,6 +4,8 @@
 
 #include <sys/uio.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -55,7 +57,8 @@ int sendFrame(int fd, const Frame& frame) {
     return 0;
 }
 
-Received receiveFrame(int fd, std::vector<std::uint8_t>& buffer, Frame& frame) {
+Received receiveFrame(int fd, std::vector<std::uint8_t>& buffer, Frame& frame,
+                      std::span<const std::uint8_t>* packet) {
     buffer.resize(kMaxFrameSize);
     iovec part{buffer.data(), buffer.size()};
     msghdr message{};
@@ -71,14 +74,19 @@ Received receiveFrame(int fd, std::vector<std::uint8_t>& buffer, Frame& frame) {
     if (length == 0) {
         return Received::Lost;
     }
-    if (auto whole = Frame::unpack({buffer.data(), static_cast<std::size_t>(length)})) {
+    const std::span<const std::uint8_t> bytes(buffer.data(), static_cast<std::size_t>(length));
+    if (packet != nullptr) {
+        *packet = bytes;
+    }
+    if (auto whole = Frame::unpack(bytes)) {
         frame = std::move(*whole);
         return Received::Whole;
     }
     frame = {};
-    if (static_cast<std::size_t>(length) >= Frame::kHeaderSize) {
-        std::memset(&buffer[Frame::kHeaderSize - sizeof(std::uint32_t)], 0, sizeof(std::uint32_t));
-        frame = Frame::unpack({buffer.data(), Frame::kHeaderSize}).value_or(Frame{});
+    if (bytes.size() >= Frame::kHeaderSize) {
+        std::array<std::uint8_t, Frame::kHeaderSize> header{};
+        std::copy_n(bytes.begin(), header.size() - sizeof(std::uint32_t), header.begin());
+        frame = Frame::unpack(header).value_or(Frame{});
     }
     return Received::Damaged;
 }

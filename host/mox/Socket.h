@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,9 @@ int sendFrame(int fd, const Frame& frame);
 enum class Received { Whole, Damaged, Nothing, Lost };
 
 /// Receives one frame through `buffer`, which is kept by the caller so that it is allocated once.
-/// Of a damaged frame the header is told as far as it came.
-Received receiveFrame(int fd, std::vector<std::uint8_t>& buffer, Frame& frame);
+/// Of a damaged frame the header is told as far as it came. `packet`, if given, is set to the bytes
+/// as they came, within `buffer`.
+Received receiveFrame(int fd, std::vector<std::uint8_t>& buffer, Frame& frame,
+                      std::span<const std::uint8_t>* packet = nullptr);
 
 }  // namespace velo::mox

@@ -27,6 +27,93 @@ constexpr FieldKind scalarKind() {
     }
 }
 
+/// The names of an enumeration's values.
+template <typename T>
+constexpr std::array<ValueName, 0> kNames{};
+
+template <>
+constexpr std::array kNames<wds_profile_type_enum_v01>{
+    ValueName{WDS_PROFILE_TYPE_3GPP, "3GPP"},
+    ValueName{WDS_PROFILE_TYPE_3GPP2, "3GPP2"},
+};
+
+template <>
+constexpr std::array kNames<wds_profile_pdn_type_enum_v01>{
+    ValueName{WDS_PROFILE_PDN_TYPE_IPV4, "IPv4"},
+    ValueName{WDS_PROFILE_PDN_TYPE_IPV6, "IPv6"},
+    ValueName{WDS_PROFILE_PDN_TYPE_IPV4_IPV6, "IPv4v6"},
+    ValueName{WDS_PROFILE_PDN_TYPE_UNSPECIFIED, "unspecified"},
+};
+
+template <>
+constexpr std::array kNames<wds_pdp_type_enum_v01>{
+    ValueName{WDS_PDP_TYPE_IPV4, "IPv4"},
+    ValueName{WDS_PDP_TYPE_IPV6, "IPv6"},
+    ValueName{WDS_PDP_TYPE_IPV4V6, "IPv4v6"},
+};
+
+template <>
+constexpr std::array kNames<wds_common_pdp_type_enum_v01>{
+    ValueName{WDS_COMMON_PDP_TYPE_IPV4, "IPv4"},
+    ValueName{WDS_COMMON_PDP_TYPE_IPV6, "IPv6"},
+    ValueName{WDS_COMMON_PDP_TYPE_IPV4V6, "IPv4v6"},
+    ValueName{WDS_COMMON_PDP_TYPE_UNKNOWN, "unknown"},
+};
+
+template <>
+constexpr std::array kNames<wds_profile_auth_protocol_enum_v01>{
+    ValueName{WDS_PROFILE_AUTH_PROTOCOL_NONE, "none"},
+    ValueName{WDS_PROFILE_AUTH_PROTOCOL_PAP, "PAP"},
+    ValueName{WDS_PROFILE_AUTH_PROTOCOL_CHAP, "CHAP"},
+    ValueName{WDS_PROFILE_AUTH_PROTOCOL_PAP_CHAP, "PAP or CHAP"},
+};
+
+template <>
+constexpr std::array kNames<wds_profile_event_enum_v01>{
+    ValueName{WDS_PROFILE_EVENT_CREATE, "create"},
+    ValueName{WDS_PROFILE_EVENT_DELETE, "delete"},
+    ValueName{WDS_PROFILE_EVENT_MODIFY, "modify"},
+    ValueName{WDS_PROFILE_EVENT_SUBSCRIPTION_CHANGE, "subscription change"},
+    ValueName{WDS_PROFILE_EVENT_READY, "store ready"},
+};
+
+template <>
+constexpr std::array kNames<wds_result_enum_v01>{
+    ValueName{WDS_RESULT_SUCCESS, "success"},
+    ValueName{WDS_RESULT_FAILURE, "failure"},
+};
+
+template <>
+constexpr std::array kNames<wds_error_enum_v01>{
+    ValueName{WDS_ERR_NONE, "none"},
+    ValueName{WDS_ERR_MALFORMED_MSG, "malformed message"},
+    ValueName{WDS_ERR_NO_MEMORY, "no memory"},
+    ValueName{WDS_ERR_INTERNAL, "internal"},
+    ValueName{WDS_ERR_INVALID_PROFILE_TYPE, "invalid profile type"},
+    ValueName{WDS_ERR_INVALID_PROFILE, "invalid profile"},
+    ValueName{WDS_ERR_INVALID_ARG, "invalid argument"},
+    ValueName{WDS_ERR_NOT_SUPPORTED, "not supported"},
+};
+
+// Numbers whose type in the structures says nothing of their meaning.
+constexpr std::array kYesNo{ValueName{0, "no"}, ValueName{1, "yes"}};
+constexpr std::array kWantedTechnologies{
+    ValueName{WDS_PROFILE_TYPE_3GPP, "3GPP"},
+    ValueName{WDS_PROFILE_TYPE_3GPP2, "3GPP2"},
+    ValueName{0xFF, "every technology"},
+};
+constexpr std::array kWantedProfiles{ValueName{0xFFFFFFFF, "every profile"}};
+
+constexpr Field named(Field field, std::span<const ValueName> names) {
+    field.names = names;
+    return field;
+}
+
+constexpr Field mask(Field field) {
+    field.mask = true;
+    return field;
+}
+
 /// How the type of a structure's member travels.
 template <typename T>
 struct Shape {
@@ -56,6 +143,7 @@ struct Member {
         field.value = static_cast<std::uint32_t>(offset);
         field.size = sizeof(T);
         field.elements = Shape<T>::elements;
+        field.names = kNames<T>;
         return field;
     }
 };
@@ -104,8 +192,8 @@ constexpr auto withSettings(const std::array<Field, Own>& own,
 }
 
 constexpr std::array kResponseElements{
-    ELEMENT(wds_response_type_v01, result),
-    ELEMENT(wds_response_type_v01, error),
+    named(ELEMENT(wds_response_type_v01, result), kNames<wds_result_enum_v01>),
+    named(ELEMENT(wds_response_type_v01, error), kNames<wds_error_enum_v01>),
 };
 template <>
 struct Shape<wds_response_type_v01> : RecordShape<kResponseElements> {};
@@ -126,8 +214,8 @@ template <>
 struct Shape<wds_profile_list_entry_v01> : RecordShape<kListEntryElements> {};
 
 constexpr std::array kEventElements{
-    ELEMENT(wds_profile_event_v01, profile_type),
-    ELEMENT(wds_profile_event_v01, profile_index),
+    named(ELEMENT(wds_profile_event_v01, profile_type), kWantedTechnologies),
+    named(ELEMENT(wds_profile_event_v01, profile_index), kWantedProfiles),
 };
 template <>
 struct Shape<wds_profile_event_v01> : RecordShape<kEventElements> {};
@@ -146,10 +234,10 @@ constexpr std::array kSettings{
     FIELD(wds_profile_settings_v01, apn_name, 0x22),
     FIELD(wds_profile_settings_v01, user_name, 0x23),
     FIELD(wds_profile_settings_v01, password, 0x24),
-    FIELD(wds_profile_settings_v01, auth_preference, 0x25),
-    FIELD(wds_profile_settings_v01, apn_disabled, 0x26),
+    mask(FIELD(wds_profile_settings_v01, auth_preference, 0x25)),
+    named(FIELD(wds_profile_settings_v01, apn_disabled, 0x26), kYesNo),
     FIELD(wds_profile_settings_v01, apn_class, 0x27),
-    FIELD(wds_profile_settings_v01, emergency_supported, 0x28),
+    named(FIELD(wds_profile_settings_v01, emergency_supported, 0x28), kYesNo),
     FIELD(wds_profile_settings_v01, max_pdn_conn_per_block, 0x29),
     FIELD(wds_profile_settings_v01, max_pdn_conn_timer, 0x2A),
     FIELD(wds_profile_settings_v01, pdn_req_wait_interval, 0x2B),
@@ -165,13 +253,13 @@ constexpr std::array kSettings{
     FIELD(wds_profile_settings_v01, pdn_level_auth_protocol_3gpp2, 0x46),
     FIELD(wds_profile_settings_v01, pdn_level_user_id_3gpp2, 0x47),
     FIELD(wds_profile_settings_v01, pdn_level_auth_password_3gpp2, 0x48),
-    FIELD(wds_profile_settings_v01, apn_type_mask, 0x60),
-    FIELD(wds_profile_settings_v01, clat_enabled, 0x61),
+    mask(FIELD(wds_profile_settings_v01, apn_type_mask, 0x60)),
+    named(FIELD(wds_profile_settings_v01, clat_enabled, 0x61), kYesNo),
 };
 
 constexpr auto kCreateReq =
     withSettings(std::array{FIELD(wds_create_profile_req_msg_v01, profile_type, 0x01),
-                            FIELD(wds_create_profile_req_msg_v01, persistent, 0x10)},
+                            named(FIELD(wds_create_profile_req_msg_v01, persistent, 0x10), kYesNo)},
                  kSettings, offsetof(wds_create_profile_req_msg_v01, settings));
 
 constexpr std::array kCreateResp{
@@ -209,15 +297,15 @@ constexpr std::array kListResp{
 
 constexpr std::array kGetReq{FIELD(wds_get_profile_settings_req_msg_v01, profile, 0x01)};
 
-constexpr auto kGetResp =
-    withSettings(std::array{FIELD(wds_get_profile_settings_resp_msg_v01, response, 0x02),
-                            FIELD(wds_get_profile_settings_resp_msg_v01, persistent, 0x10)},
-                 kSettings, offsetof(wds_get_profile_settings_resp_msg_v01, settings));
+constexpr auto kGetResp = withSettings(
+    std::array{FIELD(wds_get_profile_settings_resp_msg_v01, response, 0x02),
+               named(FIELD(wds_get_profile_settings_resp_msg_v01, persistent, 0x10), kYesNo)},
+    kSettings, offsetof(wds_get_profile_settings_resp_msg_v01, settings));
 
 constexpr std::array kBindReq{FIELD(wds_bind_subscription_req_msg_v01, instance, 0x01)};
 
 constexpr std::array kRegisterReq{
-    FIELD(wds_indication_register_req_msg_v01, report_profile_changes, 0x10),
+    named(FIELD(wds_indication_register_req_msg_v01, report_profile_changes, 0x10), kYesNo),
 };
 
 constexpr std::array kConfigureReq{
@@ -225,7 +313,8 @@ constexpr std::array kConfigureReq{
         "events", 0x10, offsetof(wds_configure_profile_event_list_req_msg_v01, events_valid),
         offsetof(wds_configure_profile_event_list_req_msg_v01, events_len),
         offsetof(wds_configure_profile_event_list_req_msg_v01, events), kWdsMaxProfileEvents),
-    FIELD(wds_configure_profile_event_list_req_msg_v01, report_subscription_changes, 0x11),
+    named(FIELD(wds_configure_profile_event_list_req_msg_v01, report_subscription_changes, 0x11),
+          kYesNo),
 };
 
 constexpr std::array kResultResp{FIELD(wds_result_resp_msg_v01, response, 0x02)};

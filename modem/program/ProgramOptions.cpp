@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "modem/program/ProgramOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+
+#include "modem/FactoryProfiles.h"
+#include "modem/ModemError.h"
+
+namespace velo::modem {
+
+namespace {
+
+constexpr unsigned int kMostSubscriptions = 255;
+constexpr unsigned int kMostLatencyMs = 60000;
+
+std::string environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+}  // namespace
+
+void ProgramOptions::setupPlaces(CLI::App& app) {
+    app.add_option("--socket", modem.socketPath,
+                   "Socket for clients; else MOX_MODEM of the environment, or velo-modem.sock in "
+                   "XDG_RUNTIME_DIR")
+        ->type_name("PATH");
+    app.add_option("--control", controlPath,
+                   "Socket of the control channel; else that for clients with .control behind it")
+        ->type_name("PATH");
+}
+
+void ProgramOptions::setup(CLI::App& app) {
+    setupPlaces(app);
+    app.add_option("--state", modem.stateFile,
+                   "File in which persistent profiles outlive the modem; made when it does not "
+                   "exist")
+        ->type_name("FILE");
+    app.add_option("--profiles", profilesPath,
+                   "JSON file with the factory profiles; else a built-in set")
+        ->type_name("FILE");
+    app.add_option("--subscriptions", modem.subscriptions, "How many subscriptions, 2 at first")
+        ->type_name("N")
+        ->check(CLI::Range(1U, kMostSubscriptions).description(""));
+    app.add_option("--capacity", modem.capacity,
+                   "Profiles of each technology that a subscription can hold, 255 at first")
+        ->type_name("N")
+        ->check(CLI::Range(std::size_t{1}, kWdsMaxProfiles).description(""));
+    app.add_option("--latency", modem.latencyMs,
+                   "Milliseconds that everything the modem sends is under way, 0 at first")
+        ->type_name("MS")
+        ->check(CLI::Range(0U, kMostLatencyMs).description(""));
+    app.add_option("--seed", modem.seed, "Seed of the faults' dice, 0 at first")->type_name("N");
+    app.add_option("--faults", faults,
+                   "Chances of faults from 0 to 1: NAME=CHANCE,...; all=CHANCE for every one, "
+                   "delay-ms=MS for the longest delay")
+        ->type_name("SPEC");
+    app.add_option("--capture", modem.captureFile,
+                   "File in which every frame is recorded, passwords included (pcapng)")
+        ->type_name("FILE");
+}
+
+void ProgramOptions::complete() {
+    modem.socketPath = socket();
+    controlPath = control();
+    modem.faults = inPlace("--faults", [this] { return FaultChances().with(faults); });
+    if (!profilesPath.empty()) {
+        modem.factoryProfiles = readFactoryProfiles(profilesPath);
+    }
+}
+
+std::string ProgramOptions::control() const {
+    return controlPath.empty() ? socket() + ".control" : controlPath;
+}
+
+std::string ProgramOptions::socket() const {
+    if (!modem.socketPath.empty()) {
+        return modem.socketPath;
+    }
+    if (const auto path = environment("MOX_MODEM"); !path.empty()) {
+        return path;
+    }
+    if (const auto folder = environment("XDG_RUNTIME_DIR"); !folder.empty()) {
+        return folder + "/velo-modem.sock";
+    }
+    throw ModemError("where is the socket? Give --socket PATH, or set MOX_MODEM");
+}
+
+}  // namespace velo::modem
