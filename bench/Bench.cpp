@@ -193,38 +193,42 @@ private:
 
 void bareHandOver(benchmark::State& state) {
     HandOver handOver;
-    for (auto _ : state) handOver.post();
+    for ([[maybe_unused]] auto _ : state) handOver.post();
 }
 
 void match(benchmark::State& state) {
     auto key = bedOf(64).anyKey();
     const FilterProfileParams params;
-    for (auto _ : state) benchmark::DoNotOptimize(Manager::getInstance().match(params, key));
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(Manager::getInstance().match(params, key));
 }
 
 void getProfile(benchmark::State& state) {
     auto key = bedOf(64).anyKey();
-    for (auto _ : state) benchmark::DoNotOptimize(Manager::getInstance().getProfile(key));
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(Manager::getInstance().getProfile(key));
 }
 
 void filterNone(benchmark::State& state) {
     bedOf(static_cast<std::size_t>(state.range(0)));
     FilterProfileParams params;
     params.setApnName("nowhere");
-    for (auto _ : state) benchmark::DoNotOptimize(Manager::getInstance().filter(params));
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(Manager::getInstance().filter(params));
 }
 
 void filterAll(benchmark::State& state) {
     bedOf(static_cast<std::size_t>(state.range(0)));
     const FilterProfileParams params;
-    for (auto _ : state) benchmark::DoNotOptimize(Manager::getInstance().filter(params));
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(Manager::getInstance().filter(params));
 }
 
 void addAndRelease(benchmark::State& state) {
     bedOf(64);
     AddProfileParams params(false, TechType::TECH_3GPP, false);
     params.setApnName("bench.example.net");
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         if (Manager::getInstance().addProfile(params) == nullptr) Bed::fail("add");
     }
 }
@@ -235,7 +239,7 @@ void bareCreateAndDelete(benchmark::State& state) {
     create.persistent = {1, 0};
     setText(create.settings.profile_name, "velo_profile");
     setText(create.settings.apn_name, "bench.example.net");
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const auto made =
             bed.exchange<wds_create_profile_resp_msg_v01>(kWdsCreateProfileReq, create);
         const wds_delete_profile_req_msg_v01 remove{made.profile};
@@ -245,12 +249,13 @@ void bareCreateAndDelete(benchmark::State& state) {
 
 void refresh(benchmark::State& state) {
     bedOf(kTechnologies * kWdsMaxProfiles);
-    for (auto _ : state) Manager::getInstance().refresh(PDCRefreshStatus::REFRESH_COMPLETED);
+    for ([[maybe_unused]] auto _ : state)
+        Manager::getInstance().refresh(PDCRefreshStatus::REFRESH_COMPLETED);
 }
 
 void bareReadOfAll(benchmark::State& state) {
     auto& bed = bedOf(kTechnologies * kWdsMaxProfiles);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (const auto type : {WDS_PROFILE_TYPE_3GPP, WDS_PROFILE_TYPE_3GPP2}) {
             wds_get_profile_list_req_msg_v01 request{};
             request.profile_type = {1, type};
@@ -268,7 +273,8 @@ void bareReadOfAll(benchmark::State& state) {
 
 void lineNobodyKeeps(benchmark::State& state) {
     LogWrapper::getInstance().setLogWriter(nullptr);
-    for (auto _ : state) logLine(LogLevel::Debug, "%s %d", "a line that goes nowhere", 7);
+    for ([[maybe_unused]] auto _ : state)
+        logLine(LogLevel::Debug, "%s %d", "a line that goes nowhere", 7);
 }
 
 /// Prints what Google Benchmark prints, and remembers the time of each benchmark, in its own unit.

@@ -86,7 +86,7 @@ ProfileStore::Outcome ProfileStore::create(StoredProfile profile) {
     }
     profile.id.profile_index = static_cast<std::uint8_t>(free);
     const auto id = profile.id;
-    profiles.emplace(free, std::move(profile));
+    profiles.emplace(free, profile);
     return {WDS_ERR_NONE, id};
 }
 

@@ -38,12 +38,8 @@ need() {
 
 need_build() {
     need cmake ninja-build g++ ccache libcli11-dev nlohmann-json3-dev libpugixml-dev libedit-dev \
-        android-liblog android-liblog-dev mobile-broadband-provider-info
-}
-
-need_tests() {
-    need_build
-    need libgtest-dev libgmock-dev libbenchmark-dev
+        android-liblog android-liblog-dev mobile-broadband-provider-info libgtest-dev libgmock-dev \
+        libbenchmark-dev
 }
 
 need_clang() {
@@ -59,8 +55,6 @@ need_libcxx() {
 build() {
     local preset=$1
     shift
-    local testing=ON
-    [ "${VELO_ONLY_PRODUCT:-}" = "" ] || testing=OFF
-    cmake --preset "$preset" -DBUILD_TESTING=$testing --log-level=WARNING >&2
+    cmake --preset "$preset" --log-level=WARNING >&2
     cmake --build "build/$preset" -j "$jobs" ${1:+--target "$@"} >&2
 }

@@ -129,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ApnDatabase, AFileThatCannotBeReadIsAnError) {
     EXPECT_THROW(ApnDatabase("/nonexistent/list.xml"), CommandError);
-    EXPECT_THROW(ApnDatabase(::testing::TempDir()), CommandError);
+    EXPECT_THROW(ApnDatabase{::testing::TempDir()}, CommandError);
 }
 
 TEST(WantedRecordsTest, TakesTheSettingsOfAJsonList) {

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/mox/WdsService.h"
@@ -63,12 +64,17 @@ Bytes encoded(const MessageDefinition& message, const Bytes& structure) {
     return bytes;
 }
 
+/// A structure that was decoded, padding included: that was zeroed, too.
+std::string_view bytesOf(const wds_profile_settings_v01& settings) {
+    return {reinterpret_cast<const char*>(&settings), sizeof(settings)};
+}
+
 /// Where each field of an encoded message begins, and where the last one ends.
 std::vector<std::size_t> boundaries(const Bytes& bytes) {
     std::vector<std::size_t> starts{0};
     while (starts.back() < bytes.size()) {
         const std::size_t at = starts.back();
-        starts.push_back(at + 3 + bytes[at + 1] + 256U * bytes[at + 2]);
+        starts.push_back(at + 3 + bytes[at + 1] + std::size_t{256} * bytes[at + 2]);
     }
     return starts;
 }
@@ -198,14 +204,14 @@ TEST(CodecLimits, SettingsTravelAlikeInAllThreeMessages) {
     ASSERT_TRUE(decode(*wdsService().find(MOX_MESSAGE_REQUEST, kWdsModifyProfileSettingsReq),
                        modifyBytes, &modify));
     EXPECT_EQ(9, modify.profile.profile_index);
-    EXPECT_EQ(0, std::memcmp(&create.settings, &modify.settings, sizeof(create.settings)));
+    EXPECT_EQ(bytesOf(create.settings), bytesOf(modify.settings));
 
     wds_get_profile_settings_resp_msg_v01 response{};
     Bytes responseBytes{0x02, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0};
     responseBytes.insert(responseBytes.end(), settings.begin(), settings.end());
     ASSERT_TRUE(decode(*wdsService().find(MOX_MESSAGE_RESPONSE, kWdsGetProfileSettingsReq),
                        responseBytes, &response));
-    EXPECT_EQ(0, std::memcmp(&create.settings, &response.settings, sizeof(create.settings)));
+    EXPECT_EQ(bytesOf(create.settings), bytesOf(response.settings));
 }
 
 TEST(CodecLimits, ListsThatClaimTooMuchAreRefused) {

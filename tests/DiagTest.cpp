@@ -85,8 +85,10 @@ TEST_F(DiagTest, SilentWithoutAFileOrRoom) {
 
 TEST_F(DiagTest, LinesOfManyThreadsStayWhole) {
     Diag_LSM_Init(nullptr);
+    constexpr int kThreads = 4;
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
+    threads.reserve(kThreads);
+    for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([thread] {
             const std::string text(100, static_cast<char>('a' + thread));
             for (int i = 0; i < 100; ++i) {

@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "SpawnedCommand.h"
 #include "host/mox/Frame.h"
 #include "modem/Modem.h"
-
-extern char** environ;
 
 namespace velo {
 namespace {
@@ -23,49 +18,10 @@ constexpr const char* kList = "/usr/share/mobile-broadband-provider-info/apns-co
 
 using Words = std::vector<std::string>;
 
-struct Outcome {
-    int status = -1;
-    std::string results;
-    std::string remarks;
-};
-
-std::string contents(std::FILE* file) {
-    std::rewind(file);
-    std::string text;
-    std::array<char, 4096> buffer{};
-    while (const std::size_t length = std::fread(buffer.data(), 1, buffer.size(), file)) {
-        text.append(buffer.data(), length);
-    }
-    std::fclose(file);
-    return text;
-}
-
-int spawn(const Words& words, int out, int err) {
-    std::vector<char*> argv{const_cast<char*>(VELO_COMMAND)};
-    for (const std::string& word : words) {
-        argv.push_back(const_cast<char*>(word.c_str()));
-    }
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
-    pid_t child = 0;
-    EXPECT_EQ(::posix_spawn(&child, VELO_COMMAND, &actions, nullptr, argv.data(), environ), 0);
-    ::posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
+using Outcome = test::SpawnedCommand::Result;
 
 Outcome velo(const Words& words) {
-    std::FILE* out = std::tmpfile();
-    std::FILE* err = std::tmpfile();
-    Outcome outcome;
-    outcome.status = spawn(words, ::fileno(out), ::fileno(err));
-    outcome.results = contents(out);
-    outcome.remarks = contents(err);
-    return outcome;
+    return test::SpawnedCommand(words).finish();
 }
 
 struct Transcript {
@@ -86,15 +42,15 @@ class Transcripts : public ::testing::TestWithParam<Transcript> {};
 TEST_P(Transcripts, AreAsExpected) {
     const Outcome outcome = velo(GetParam().words);
     EXPECT_EQ(outcome.status, GetParam().status);
-    EXPECT_NE(outcome.results.find(GetParam().results), std::string::npos) << outcome.results;
-    EXPECT_NE(outcome.remarks.find(GetParam().remarks), std::string::npos) << outcome.remarks;
+    EXPECT_NE(outcome.out.find(GetParam().results), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.err.find(GetParam().remarks), std::string::npos) << outcome.err;
     if (GetParam().remarks.empty()) {
-        EXPECT_EQ(outcome.remarks, "");
+        EXPECT_EQ(outcome.err, "");
     }
     if (GetParam().results.empty()) {
-        EXPECT_EQ(outcome.results, "");
+        EXPECT_EQ(outcome.out, "");
     }
-    EXPECT_EQ(outcome.results.find("wake()"), std::string::npos);
+    EXPECT_EQ(outcome.out.find("wake()"), std::string::npos);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -186,10 +142,10 @@ TEST_P(JsonForms, AreValidAndHoldTheirKey) {
     Words words = GetParam().words;
     words.push_back("--json");
     const Outcome outcome = velo(words);
-    const nlohmann::json json = nlohmann::json::parse(outcome.results, nullptr, false);
-    ASSERT_FALSE(json.is_discarded()) << outcome.results;
+    const nlohmann::json json = nlohmann::json::parse(outcome.out, nullptr, false);
+    ASSERT_FALSE(json.is_discarded()) << outcome.out;
     const nlohmann::json& object = json.is_array() ? json.at(0) : json;
-    EXPECT_TRUE(object.contains(GetParam().key)) << outcome.results;
+    EXPECT_TRUE(object.contains(GetParam().key)) << outcome.out;
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -213,21 +169,22 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ToolCommand, SecretsAndNumbersAreShownOnlyWhenAskedFor) {
     const Words add{"add", "--apn", "web", "--password", "geheim", "--ip", "v6", "--json"};
-    EXPECT_EQ(velo(add).results.find("geheim"), std::string::npos);
+    EXPECT_EQ(velo(add).out.find("geheim"), std::string::npos);
     Words more = add;
     more.insert(more.end(), {"--show-secrets", "--numbers"});
-    const nlohmann::json profile = nlohmann::json::parse(velo(more).results).at("profile");
+    const nlohmann::json profile = nlohmann::json::parse(velo(more).out).at("profile");
     EXPECT_EQ(profile.at("password"), "geheim");
     EXPECT_EQ(profile.at("ip"), 2);
 }
 
 TEST(ToolCommand, AClosedPipeEndsItQuietly) {
     std::array<int, 2> ends{};
-    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(::pipe(ends.data()), 0);
     ::close(ends[0]);
-    std::FILE* err = std::tmpfile();
-    EXPECT_EQ(spawn({"list"}, ends[1], ::fileno(err)), 0);
-    EXPECT_EQ(contents(err), "");
+    const std::string line = std::string(VELO_COMMAND) + " list >&" + std::to_string(ends[1]);
+    const Outcome outcome = test::SpawnedCommand("bash", {"-c", line}).finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "");
     ::close(ends[1]);
 }
 
@@ -253,13 +210,13 @@ TEST(ToolCommand, AFullStoreAndAnEmptyOneAreToldPlainly) {
     modem::Modem full(options);
     const Outcome refused = velo({"--modem", full.socketPath(), "add", "--apn", "web"});
     EXPECT_EQ(refused.status, 1);
-    EXPECT_NE(refused.remarks.find("its store is full"), std::string::npos) << refused.remarks;
+    EXPECT_NE(refused.err.find("its store is full"), std::string::npos) << refused.err;
 
     options.factoryProfiles.emplace();
     modem::Modem empty(options);
     const Outcome listed = velo({"--modem", empty.socketPath(), "list"});
     EXPECT_EQ(listed.status, 0);
-    EXPECT_EQ(listed.results, "The modem has no profiles.\n");
+    EXPECT_EQ(listed.out, "The modem has no profiles.\n");
 }
 
 TEST(ToolCommand, AModemThatIsSilentIsGivenUpInTime) {
@@ -267,7 +224,7 @@ TEST(ToolCommand, AModemThatIsSilentIsGivenUpInTime) {
     modem.setTamper([](mox::Frame&) { return false; });
     const Outcome outcome = velo({"--modem", modem.socketPath(), "--timeout", "0.1", "list"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.remarks.find("has not reported its profiles in time"), std::string::npos);
+    EXPECT_NE(outcome.err.find("has not reported its profiles in time"), std::string::npos);
 }
 
 TEST(ToolCommand, ARefusedChangeIsToldThoughTheLibraryCallsItDone) {
@@ -276,7 +233,7 @@ TEST(ToolCommand, ARefusedChangeIsToldThoughTheLibraryCallsItDone) {
         [](const mox::Frame& frame) { return frame.messageId != kWdsModifyProfileSettingsReq; });
     const Outcome outcome = velo({"--modem", modem.socketPath(), "modify", "1", "--clat", "yes"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.remarks.find("the modem refused the change"), std::string::npos);
+    EXPECT_NE(outcome.err.find("the modem refused the change"), std::string::npos);
 }
 
 }  // namespace

@@ -365,6 +365,7 @@ void ExpectedStore::release() {
 std::vector<ProfileChange> ExpectedStore::differences(
     const std::vector<modem::StoredProfile>& store) const {
     std::vector<ProfileView> actual;
+    actual.reserve(store.size());
     for (const modem::StoredProfile& profile : store) {
         actual.push_back(viewOf(profile));
     }
