@@ -39,13 +39,12 @@ void checkLength(const std::string& what, const std::string& text, std::size_t l
 Setting textSetting(std::string name, std::string help, std::size_t longest, Has has,
                     const std::string& (ProfileParams::*get)() const,
                     void (ProfileParams::*set)(std::string)) {
-    const std::string what = name;
     return {.name = name,
             .placeholder = "TEXT",
             .help = std::move(help),
             .set =
                 [=](ProfileParams& params, const std::string& text) {
-                    checkLength(what, text, longest);
+                    checkLength(name, text, longest);
                     (params.*set)(text);
                 },
             .get = getter(has, [get](const ProfileParams& params, bool) -> SettingValue {
