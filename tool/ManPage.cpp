@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "modem/Roff.h"
 #include "tool/Command.h"
 #include "tool/CommandLine.h"
 #include "tool/Completion.h"
@@ -75,56 +76,24 @@ Where the socket of the embedded modem is made.
 The lines typed in the shell, but for those with a password.
 )";
 
-/// Text that formats as it is, wherever in a line it stands.
-std::string escaped(std::string_view text) {
-    std::string result;
-    for (const char letter : text) {
-        switch (letter) {
-            case '\\':
-                result += "\\e";
-                break;
-            case '-':
-                result += "\\-";
-                break;
-            case '\'':
-                result += "\\(aq";
-                break;
-            case '"':
-                result += "\\(dq";
-                break;
-            default:
-                result += letter;
-        }
-    }
-    return result.starts_with('.') ? "\\&" + result : result;
-}
-
-std::string bold(std::string_view text) {
-    return "\\fB" + escaped(text) + "\\fR";
-}
-
 /// An option's names and what it takes; words are set like names, placeholders apart from them.
 /// Long lists may break after each word.
 std::string label(const CLI::Option& option) {
-    std::string text = bold(option.get_name(false, true));
+    std::string text = roff::bold(option.get_name(false, true));
     if (!takesValue(option)) {
         return text;
     }
-    std::string type = escaped(option.get_type_name());
+    std::string type = roff::escaped(option.get_type_name());
     for (std::size_t at = type.find('|'); at != std::string::npos; at = type.find('|', at + 3)) {
         type.replace(at, 1, "|\\:");
     }
     return text + " \\fI" + type + "\\fR";
 }
 
-std::string paragraph(const std::string& labelText, std::string_view body) {
-    return ".TP\n" + labelText + "\n" + escaped(body) + "\n";
-}
-
 std::string argumentName(const CLI::Option& argument) {
     const Completable takes = Completable::of(argument);
     std::string name = takes.kind == Completable::Kind::Words
-                           ? bold(argument.get_type_name())
+                           ? roff::bold(argument.get_type_name())
                            : "\\fI" + argument.get_name(true) + "\\fR";
     if (argument.get_items_expected_max() > 1) {
         name += " ...";
@@ -133,7 +102,7 @@ std::string argumentName(const CLI::Option& argument) {
 }
 
 std::string synopsis(const CLI::App& app) {
-    std::string text = bold("velo " + app.get_name());
+    std::string text = roff::bold("velo " + app.get_name());
     for (const CLI::Option* argument : argumentsOf(app)) {
         text += " " + argumentName(*argument);
     }
@@ -155,7 +124,7 @@ Groups optionGroups(const CLI::App& app) {
         if (group == groups.end()) {
             group = groups.insert(groups.end(), {name, ""});
         }
-        group->second += paragraph(label(*option), option->get_description());
+        group->second += roff::paragraph(label(*option), option->get_description());
     }
     return groups;
 }
@@ -196,25 +165,25 @@ std::string manPage(const CommandLine& line) {
     for (const Command& command : commands()) {
         const CLI::App& app = *line.find(command.name);
         page += ".SS " + command.name + "\n" + synopsis(app) + "\n.PP\n" +
-                escaped(command.summary) + ".\n";
+                roff::escaped(command.summary) + ".\n";
         for (const CLI::Option* argument : argumentsOf(app)) {
-            page += paragraph(argumentName(*argument), argument->get_description());
+            page += roff::paragraph(argumentName(*argument), argument->get_description());
         }
         std::string shared;
         for (const auto& group : optionGroups(app)) {
             if (isShared(group)) {
-                shared += ".PP\nThe options under \\fB" + escaped(upperCase(group.first)) +
+                shared += ".PP\nThe options under \\fB" + roff::escaped(upperCase(group.first)) +
                           "\\fR apply.\n";
             } else {
                 page += group.second;
             }
         }
-        page +=
-            shared + ".PP\nExample:\n.PP\n.RS\n.nf\n" + escaped(command.example) + "\n.fi\n.RE\n";
+        page += shared + ".PP\nExample:\n.PP\n.RS\n.nf\n" + roff::escaped(command.example) +
+                "\n.fi\n.RE\n";
     }
     for (const auto& [group, count] : counts) {
         if (isShared(group)) {
-            page += ".SH " + escaped(upperCase(group.first)) + "\n" + group.second;
+            page += ".SH " + roff::escaped(upperCase(group.first)) + "\n" + group.second;
         }
     }
     page += ".SH OPTIONS OF EVERY COMMAND\n";

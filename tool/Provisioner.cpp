@@ -65,7 +65,11 @@ ProvisionResult Provisioner::bringUp(const ApnNetwork& network, bool updateAllow
     modem::Modem* embedded = mSession.embedded();
     const std::uint64_t exchangesBefore = embedded == nullptr ? 0 : embedded->exchanges();
     if (embedded != nullptr) {
-        again ? embedded->restart() : embedded->factoryReset();
+        if (again) {
+            embedded->restart();
+        } else {
+            embedded->factoryReset();
+        }
     }
     mSession.connect();
 

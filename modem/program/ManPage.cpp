@@ -7,6 +7,7 @@
 
 #include "modem/Fault.h"
 #include "modem/OrderTable.h"
+#include "modem/Roff.h"
 
 namespace velo::modem {
 
@@ -56,38 +57,6 @@ Where a service manager waits to hear that the modem is ready.
 .BR velo (1)
 )";
 
-/// Text that formats as it is, wherever in a line it stands.
-std::string escaped(std::string_view text) {
-    std::string result;
-    for (const char letter : text) {
-        switch (letter) {
-            case '\\':
-                result += "\\e";
-                break;
-            case '-':
-                result += "\\-";
-                break;
-            case '\'':
-                result += "\\(aq";
-                break;
-            case '"':
-                result += "\\(dq";
-                break;
-            default:
-                result += letter;
-        }
-    }
-    return result.starts_with('.') ? "\\&" + result : result;
-}
-
-std::string bold(std::string_view text) {
-    return "\\fB" + escaped(text) + "\\fR";
-}
-
-std::string paragraph(const std::string& label, std::string_view body) {
-    return ".TP\n" + label + "\n" + escaped(body) + ".\n";
-}
-
 std::string optionsOf(const CLI::App& app) {
     std::string text;
     for (const CLI::Option* option : app.get_options()) {
@@ -95,33 +64,34 @@ std::string optionsOf(const CLI::App& app) {
         const std::string name = option->get_name(positional, !positional);
         const std::string type = option->get_type_size() == 0 || positional
                                      ? ""
-                                     : " \\fI" + escaped(option->get_type_name()) + "\\fR";
-        text += paragraph(bold(name) + type, option->get_description());
+                                     : " \\fI" + roff::escaped(option->get_type_name()) + "\\fR";
+        text += roff::paragraph(roff::bold(name) + type, option->get_description());
     }
     return text;
 }
 
 std::string orders() {
     std::string text = ".SH ORDERS\nOn a command line the members of an order are given as ";
-    text += bold("--name value") + ", or by their values alone in the order in which they stand ";
+    text +=
+        roff::bold("--name value") + ", or by their values alone in the order in which they stand ";
     text += "here.\nThe answer is {\"ok\": true, ...} or {\"error\": \"why\"}; an order that is ";
     text += "answered with an error has changed nothing.\n";
     for (const Order& order : orderTable()) {
-        text += ".SS " + std::string(order.name) + "\n" + escaped(order.summary) + ".\n";
+        text += ".SS " + std::string(order.name) + "\n" + roff::escaped(order.summary) + ".\n";
         for (const OrderMember& member : order.members) {
             const char* need = member.required ? "" : " (may be absent)";
-            text += paragraph(bold(member.name) + need, member.summary);
+            text += roff::paragraph(roff::bold(member.name) + need, member.summary);
         }
-        text += ".PP\n.RS\n.nf\n" + escaped(order.example) + "\n.fi\n.RE\n";
+        text += ".PP\n.RS\n.nf\n" + roff::escaped(order.example) + "\n.fi\n.RE\n";
     }
     return text;
 }
 
 std::string faults() {
-    std::string text = ".SH FAULTS\nTheir chances are given with " + bold("--faults") +
+    std::string text = ".SH FAULTS\nTheir chances are given with " + roff::bold("--faults") +
                        " and by the order chance.\n";
     for (const FaultDefinition& fault : kFaults) {
-        text += paragraph(bold(fault.name), fault.summary);
+        text += roff::paragraph(roff::bold(fault.name), fault.summary);
     }
     return text;
 }
@@ -132,8 +102,8 @@ std::string manPage(const CLI::App& app) {
     std::string page = kOpening;
     page += ".SH OPTIONS\n" + optionsOf(app) + ".SH COMMANDS\n";
     for (const CLI::App* command : app.get_subcommands({})) {
-        page += ".SS " + command->get_name() + "\n" + escaped(command->get_description()) + ".\n" +
-                optionsOf(*command);
+        page += ".SS " + command->get_name() + "\n" + roff::escaped(command->get_description()) +
+                ".\n" + optionsOf(*command);
     }
     return page + orders() + faults() + kFiles;
 }
