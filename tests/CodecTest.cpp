@@ -8,9 +8,9 @@
 #include <cstring>
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "Support.h"
 #include "host/mox/WdsService.h"
 #include "mox/wds_v01.h"
 
@@ -62,11 +62,6 @@ Bytes encoded(const MessageDefinition& message, const Bytes& structure) {
     Bytes bytes;
     EXPECT_TRUE(encode(message, structure.data(), bytes));
     return bytes;
-}
-
-/// A structure that was decoded, padding included: that was zeroed, too.
-std::string_view bytesOf(const wds_profile_settings_v01& settings) {
-    return {reinterpret_cast<const char*>(&settings), sizeof(settings)};
 }
 
 /// Where each field of an encoded message begins, and where the last one ends.
@@ -204,14 +199,14 @@ TEST(CodecLimits, SettingsTravelAlikeInAllThreeMessages) {
     ASSERT_TRUE(decode(*wdsService().find(MOX_MESSAGE_REQUEST, kWdsModifyProfileSettingsReq),
                        modifyBytes, &modify));
     EXPECT_EQ(9, modify.profile.profile_index);
-    EXPECT_EQ(bytesOf(create.settings), bytesOf(modify.settings));
+    EXPECT_EQ(test::bytesOf(create.settings), test::bytesOf(modify.settings));
 
     wds_get_profile_settings_resp_msg_v01 response{};
     Bytes responseBytes{0x02, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0};
     responseBytes.insert(responseBytes.end(), settings.begin(), settings.end());
     ASSERT_TRUE(decode(*wdsService().find(MOX_MESSAGE_RESPONSE, kWdsGetProfileSettingsReq),
                        responseBytes, &response));
-    EXPECT_EQ(bytesOf(create.settings), bytesOf(response.settings));
+    EXPECT_EQ(test::bytesOf(create.settings), test::bytesOf(response.settings));
 }
 
 TEST(CodecLimits, ListsThatClaimTooMuchAreRefused) {

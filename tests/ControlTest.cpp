@@ -313,9 +313,9 @@ TEST(ControlTest, TheSameSeedHasTheSameFaults) {
         options.seed = seed;
         Bench bench(std::move(options));
         bench.order(R"({"order":"chance","faults":")" + faults + "\"}");
-        std::vector<std::uint32_t> results;
-        for (int i = 0; i < 60; ++i) {
-            results.push_back(bench.client.create("a").response.error);
+        std::vector<std::uint32_t> results(60);
+        for (std::uint32_t& result : results) {
+            result = bench.client.create("a").response.error;
         }
         bench.order(R"({"order":"chance","faults":"all=0"})");
         bench.modem.report(0, {WDS_PROFILE_TYPE_3GPP2, 250}, WDS_PROFILE_EVENT_DELETE);

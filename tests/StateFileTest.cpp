@@ -129,8 +129,7 @@ TEST_F(StateFileTest, PersistentProfilesSurviveWithEverySetting) {
     ASSERT_EQ(before.size(), after.size());
     for (std::size_t i = 0; i < after.size(); ++i) {
         EXPECT_EQ(before[i].id.profile_index, after[i].id.profile_index);
-        const auto size = sizeof(after[i].settings);
-        EXPECT_EQ(0, std::memcmp(&before[i].settings, &after[i].settings, size)) << i;
+        EXPECT_EQ(bytesOf(before[i].settings), bytesOf(after[i].settings)) << i;
     }
     EXPECT_TRUE(modem.factoryReset());
     EXPECT_EQ(names(modem, 0), names(modem, 1));

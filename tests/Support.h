@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -28,6 +29,12 @@ inline constexpr std::chrono::seconds kBound{20};
 
 /// Whether `condition` came true within the bound.
 bool waitUntil(const std::function<bool()>& condition);
+
+/// All of the settings, to compare; padding counts, since structures are zeroed before they are
+/// filled.
+inline std::string_view bytesOf(const wds_profile_settings_v01& settings) {
+    return {reinterpret_cast<const char*>(&settings), sizeof(settings)};
+}
 
 /// Collects every line that is logged while it lives. Manager::init replaces the writer: make it
 /// after.

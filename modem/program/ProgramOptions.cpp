@@ -79,7 +79,7 @@ std::string ProgramOptions::socket() const {
     if (!modem.socketPath.empty()) {
         return modem.socketPath;
     }
-    if (const auto path = environment("MOX_MODEM"); !path.empty()) {
+    if (auto path = environment("MOX_MODEM"); !path.empty()) {
         return path;
     }
     if (const auto folder = environment("XDG_RUNTIME_DIR"); !folder.empty()) {
