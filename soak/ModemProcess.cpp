@@ -28,6 +28,7 @@ void ModemProcess::start(std::uint64_t seed, const std::string& faults) {
                                    mFolder + "/state", "--seed",   std::to_string(seed),
                                    "--faults",         faults};
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
 

@@ -37,7 +37,7 @@ constexpr milliseconds kHeld{60};
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t kGrowthKb = 512 * 1024;
 #else
-constexpr std::size_t kGrowthKb = 4 * 1024;
+constexpr std::size_t kGrowthKb = std::size_t{4} * 1024;
 #endif
 
 constexpr const char* kFaults = "all=0.03,foreign=0.05,close=0.01,restart=0.004,delay-ms=120";
