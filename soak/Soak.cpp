@@ -35,7 +35,7 @@ constexpr milliseconds kBound{10000};
 constexpr milliseconds kHeld{60};
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::size_t kGrowthKb = 512 * 1024;
+constexpr std::size_t kGrowthKb = std::size_t{512} * 1024;
 #else
 constexpr std::size_t kGrowthKb = std::size_t{4} * 1024;
 #endif
