@@ -20,6 +20,9 @@ void GlobalOptions::setup(CLI::App& app) {
     const char* group = "Options of every command";
     app.add_option("--modem", modemPath, "Socket of a running modem; an embedded modem otherwise")
         ->type_name("PATH")
+        ->check([](const std::string& path) {
+            return path.empty() ? std::string("the path of the modem's socket is empty") : "";
+        })
         ->group(group);
     app.add_option("--instance", instance, "Subscription of the modem, 0 at first")
         ->type_name("N")

@@ -29,6 +29,7 @@ namespace {
 
 constexpr const char* kInitLine = "Manager::init(";
 constexpr const char* kFilledLine = "Refreshed Profiles:";
+constexpr const char* kNoListLine = "Unable send MOX_WDS_GET_PROFILE_LIST_REQ_V01 message";
 
 bool holds(const std::string& line, const std::string& text) {
     return line.find(text) != std::string::npos;
@@ -101,6 +102,11 @@ void Session::connect() {
         pause = std::min(pause * 2, std::chrono::microseconds{20000});
     }
     warnOfRefusals();
+    if (loggedFromStart(kNoListLine)) {
+        throw CommandError(kFailed, "the modem at " + path +
+                                        " did not give the list of its profiles; try again, or see "
+                                        "velo dump");
+    }
 }
 
 bool Session::cacheFilled() {

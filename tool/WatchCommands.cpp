@@ -27,6 +27,8 @@ namespace {
 
 using std::chrono::system_clock;
 
+constexpr double kLongest = 1e9;  ///< seconds; the clock holds more
+
 struct WatchOptions {
     std::optional<unsigned int> count;
     std::optional<double> seconds;
@@ -125,10 +127,20 @@ Action setupWatch(CLI::App& app) {
     auto wanted = std::make_shared<WatchOptions>();
     app.add_option("--count", wanted->count, "End after that many changes")
         ->type_name("N")
-        ->check(CLI::PositiveNumber.description(""));
+        ->check([](const std::string& text) {
+            unsigned int count = 0;
+            return CLI::detail::lexical_cast(text, count) && count > 0
+                       ? std::string()
+                       : "'" + text + "' is no number of changes";
+        });
     app.add_option("--for", wanted->seconds, "End after that time")
         ->type_name("SECONDS")
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->check([](const std::string& text) {
+            double seconds = 0;
+            return CLI::detail::lexical_cast(text, seconds) && seconds >= 0 && seconds < kLongest
+                       ? std::string()
+                       : "'" + text + "' is no number of seconds";
+        });
     return [wanted](Context& context) { return watch(context, *wanted); };
 }
 

@@ -71,7 +71,7 @@ public:
         }
         if (mDissector->parsed() || mMan->parsed()) {
             std::cout << (mMan->parsed() ? manPage(mApp) : dissector());
-            return std::cout.flush() ? kDone : kFailed;
+            return kDone;
         }
         return serveCommand(mOptions);
     }
@@ -104,7 +104,9 @@ int complain(std::string what, int status) {
 int runProgram(int argc, const char* const* argv) {
     CommandLine line;
     try {
-        return line.run(argc, argv);
+        const int status = line.run(argc, argv);
+        // What was printed has to have arrived.
+        return std::cout.flush() ? status : complain("the results cannot be written", kFailed);
     } catch (const CLI::CallForHelp&) {
         std::cout << line.help();
         return kDone;
