@@ -95,8 +95,10 @@ public:
             mox_client_init(&info, service, ignore, nullptr, &parameters, &mClient) != 0) {
             fail("no client of its own");
         }
+        // On the other subscription, which holds the same: what it changes must not keep the
+        // library busy.
         exchange<wds_result_resp_msg_v01>(kWdsBindSubscriptionReq,
-                                          wds_bind_subscription_req_msg_v01{0});
+                                          wds_bind_subscription_req_msg_v01{1});
     }
     ~Bed() { mox_client_release(mClient); }
     Bed(const Bed&) = delete;
