@@ -151,8 +151,9 @@ public:
         mThread = std::thread([this] { work(); });
     }
     ~HandOver() {
+        // No post: the thread may be gone before it would look at one.
         mStop = true;
-        post();
+        eventfd_write(mEvent, 1);
         mThread.join();
         close(mEvent);
         close(mEpoll);
