@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-//
-// The modem diagnostic service, as the device provides it. Declarations only: the device links its
-// own implementation, a workstation links the one in host/diag. Every call may be made from any
-// thread.
+
+/// @file
+/// The modem diagnostic service, as the device provides it. Declarations only: the device links its
+/// own implementation, a workstation links the one in host/diag. Every call may be made from any
+/// thread.
 
 #pragma once
 
