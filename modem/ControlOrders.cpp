@@ -102,8 +102,10 @@ ControlOrders::Handler ControlOrders::handlerOf(const std::string& name) {
         {"indicate", &ControlOrders::indicate},
         {"indicate-raw", &ControlOrders::indicateRaw},
         {"indicate-damaged", &ControlOrders::indicateDamaged},
-        {"indicate-duplicated", &ControlOrders::indicateDuplicated},
-        {"indicate-reordered", &ControlOrders::indicateReordered},
+        {"indicate-duplicated",
+         &ControlOrders::indicateTwice<Fault::Duplicate, WDS_PROFILE_EVENT_MODIFY>},
+        {"indicate-reordered",
+         &ControlOrders::indicateTwice<Fault::Reorder, WDS_PROFILE_EVENT_CREATE>},
         {"indicate-unknown", &ControlOrders::indicateUnknown},
         {"disconnect", &ControlOrders::disconnect},
         {"restart", &ControlOrders::restart},
@@ -132,10 +134,9 @@ std::string ControlOrders::execute(const std::string& line) {
 }
 
 ordered_json ControlOrders::carryOut(const std::string& line) {
-    const json order = json::parse(line, nullptr, false);
+    const json order = inPlace("order", [&] { return jsonFromText(line); });
     if (!order.is_object() || !order.contains("order") || !order["order"].is_string()) {
-        throw ModemError(order.is_discarded() ? "the order is not JSON"
-                                              : "the order is not an object with a text \"order\"");
+        throw ModemError("the order is not an object with a text \"order\"");
     }
     const auto name = order["order"].get<std::string>();
     const Order* known = findOrder(name);
@@ -282,21 +283,13 @@ ordered_json ControlOrders::indicateDamaged(const OrderArguments& arguments) {
     return ordered_json::object();
 }
 
-ordered_json ControlOrders::indicateDuplicated(const OrderArguments& arguments) {
+template <Fault fault, wds_profile_event_enum_v01 second>
+ordered_json ControlOrders::indicateTwice(const OrderArguments& arguments) {
     const auto store = subscription(arguments);
     const auto id = arguments.profile();
     mService.announce(store, id, WDS_PROFILE_EVENT_MODIFY);
-    mService.announce(store, id, WDS_PROFILE_EVENT_MODIFY);
-    mFaults.count(Fault::Duplicate);
-    return ordered_json::object();
-}
-
-ordered_json ControlOrders::indicateReordered(const OrderArguments& arguments) {
-    const auto store = subscription(arguments);
-    const auto id = arguments.profile();
-    mService.announce(store, id, WDS_PROFILE_EVENT_MODIFY);
-    mService.announce(store, id, WDS_PROFILE_EVENT_CREATE);
-    mFaults.count(Fault::Reorder);
+    mService.announce(store, id, second);
+    mFaults.count(fault);
     return ordered_json::object();
 }
 

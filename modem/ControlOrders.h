@@ -43,8 +43,8 @@ private:
     nlohmann::ordered_json indicate(const OrderArguments& arguments);
     nlohmann::ordered_json indicateRaw(const OrderArguments& arguments);
     nlohmann::ordered_json indicateDamaged(const OrderArguments& arguments);
-    nlohmann::ordered_json indicateDuplicated(const OrderArguments& arguments);
-    nlohmann::ordered_json indicateReordered(const OrderArguments& arguments);
+    template <Fault fault, wds_profile_event_enum_v01 second>
+    nlohmann::ordered_json indicateTwice(const OrderArguments& arguments);
     nlohmann::ordered_json indicateUnknown(const OrderArguments& arguments);
     nlohmann::ordered_json disconnect(const OrderArguments& arguments);
     nlohmann::ordered_json restart(const OrderArguments& arguments);

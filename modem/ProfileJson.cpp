@@ -80,6 +80,14 @@ void storeNumber(const mox::Field& field, const json& value, std::uint8_t* at) {
         flag ? std::uint64_t{value.get<bool>()} : numberFromJson(field.name, value, most));
 }
 
+/// Of the byte with that number, counted from 1; 0 is an empty text's.
+std::string placeOf(const std::string& text, std::size_t byte) {
+    const auto before = text.substr(0, byte > 0 ? byte - 1 : 0);
+    const auto lines = std::count(before.begin(), before.end(), '\n');
+    return "line " + std::to_string(lines + 1) + ", byte " +
+           std::to_string(before.size() - (before.rfind('\n') + 1) + 1);
+}
+
 }  // namespace
 
 json jsonFromText(const std::string& text) {
@@ -97,8 +105,10 @@ json jsonFromText(const std::string& text) {
     };
     try {
         return json::parse(text, refuseTwice);
-    } catch (const json::exception& error) {
-        throw ModemError(std::string("is not JSON: ") + error.what());
+    } catch (const json::parse_error& error) {
+        throw ModemError("is not JSON at " + placeOf(text, error.byte));
+    } catch (const json::out_of_range&) {
+        throw ModemError("is not JSON: it has a number that is too large");
     }
 }
 

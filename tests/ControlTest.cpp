@@ -187,9 +187,10 @@ TEST(ControlTest, MalformedOrdersAreAnsweredAndChangeNothing) {
     };
     const std::string before = state();
     const std::vector<std::pair<std::string, std::string>> lines{
-        {"", "the order is not JSON"},
-        {"{\"order\": \"stop\"", "the order is not JSON"},
-        {"\xFF\xFE", "the order is not JSON"},
+        {"", "order: is not JSON at line 1, byte 1"},
+        {"{\"order\": \"stop\"", "order: is not JSON at line 1, byte 17"},
+        {R"({"order": "stop", "order": "status"})", "order: \"order\" is there twice"},
+        {"\xFF\xFE", "order: is not JSON at line 1, byte 1"},
         {"[]", "the order is not an object with a text \"order\""},
         {R"({"order": 7})", "the order is not an object with a text \"order\""},
         {R"({"order": "explode"})", "there is no order \"explode\"; \"help\" lists them"},

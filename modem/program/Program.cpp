@@ -99,14 +99,10 @@ int complain(std::string what, int status) {
     return status;
 }
 
-}  // namespace
-
-int runProgram(int argc, const char* const* argv) {
+int run(int argc, const char* const* argv) {
     CommandLine line;
     try {
-        const int status = line.run(argc, argv);
-        // What was printed has to have arrived.
-        return std::cout.flush() ? status : complain("the results cannot be written", kFailed);
+        return line.run(argc, argv);
     } catch (const CLI::CallForHelp&) {
         std::cout << line.help();
         return kDone;
@@ -120,6 +116,14 @@ int runProgram(int argc, const char* const* argv) {
     } catch (const std::system_error& error) {
         return complain(error.what(), kFailed);
     }
+}
+
+}  // namespace
+
+int runProgram(int argc, const char* const* argv) {
+    const int status = run(argc, argv);
+    // What was printed has to have arrived.
+    return std::cout.flush() ? status : complain("the results cannot be written", kFailed);
 }
 
 }  // namespace velo::modem

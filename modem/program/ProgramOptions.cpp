@@ -4,6 +4,10 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <system_error>
+#include <utility>
 
 #include "modem/FactoryProfiles.h"
 #include "modem/ModemError.h"
@@ -52,7 +56,9 @@ void ProgramOptions::setup(CLI::App& app) {
                    "Milliseconds that everything the modem sends is under way, 0 at first")
         ->type_name("MS")
         ->check(CLI::Range(0U, kMostLatencyMs).description(""));
-    app.add_option("--seed", modem.seed, "Seed of the faults' dice, 0 at first")->type_name("N");
+    app.add_option("--seed", modem.seed, "Seed of the faults' dice, 0 at first")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber.description(""));
     app.add_option("--faults", faults,
                    "Chances of faults from 0 to 1: NAME=CHANCE,...; all=CHANCE for every one, "
                    "delay-ms=MS for the longest delay")
@@ -65,9 +71,29 @@ void ProgramOptions::setup(CLI::App& app) {
 void ProgramOptions::complete() {
     modem.socketPath = socket();
     controlPath = control();
+    checkDistinct();
     modem.faults = inPlace("--faults", [this] { return FaultChances().with(faults); });
     if (!profilesPath.empty()) {
         modem.factoryProfiles = readFactoryProfiles(profilesPath);
+    }
+}
+
+void ProgramOptions::checkDistinct() const {
+    std::map<std::filesystem::path, std::string> owners;
+    for (const auto& [option, path] : {std::pair{"--socket", modem.socketPath},
+                                       {"--control", controlPath},
+                                       {"--state", modem.stateFile},
+                                       {"--profiles", profilesPath},
+                                       {"--capture", modem.captureFile}}) {
+        std::error_code error;
+        const auto place = std::filesystem::weakly_canonical(path, error);
+        if (path.empty() || error) {
+            continue;
+        }
+        const auto [owner, first] = owners.emplace(place, option);
+        if (!first) {
+            throw ModemError(owner->second + " and " + option + " are the same file, " + path);
+        }
     }
 }
 

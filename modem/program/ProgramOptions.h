@@ -35,6 +35,7 @@ struct ProgramOptions {
 
 private:
     std::string socket() const;
+    void checkDistinct() const;
 };
 
 }  // namespace velo::modem
