@@ -235,6 +235,7 @@ TEST_F(ModemProgramTest, RefusesWhatItCannotUse) {
         {{"--subscriptions", "many", "--socket", path()}, "--subscriptions"},
         {{"--latency", "-1", "--socket", path()}, "--latency"},
         {{"--seed", "-1", "--socket", path()}, "--seed"},
+        {{"--seed", "18446744073709551616", "--socket", path()}, "--seed"},
         {{"--socket", path(), "--state", mFolder + "/x", "--capture", mFolder + "/./x"},
          "--state and --capture are the same file, "},
         {{"--faults", "explode=1", "--socket", path()},

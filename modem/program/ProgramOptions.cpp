@@ -3,6 +3,8 @@
 #include "modem/program/ProgramOptions.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -22,6 +24,14 @@ constexpr unsigned int kMostLatencyMs = 60000;
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? "" : value;
+}
+
+/// What is wrong with a seed's text, or nothing: the parser of the options would let one wrap.
+std::string complaintAboutSeed(const std::string& text) {
+    std::uint64_t seed = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, seed);
+    return error == std::errc() && stop == end ? "" : text + " is not a number from 0 to 2^64-1";
 }
 
 }  // namespace
@@ -58,7 +68,7 @@ void ProgramOptions::setup(CLI::App& app) {
         ->check(CLI::Range(0U, kMostLatencyMs).description(""));
     app.add_option("--seed", modem.seed, "Seed of the faults' dice, 0 at first")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->check(CLI::Validator(complaintAboutSeed, ""));
     app.add_option("--faults", faults,
                    "Chances of faults from 0 to 1: NAME=CHANCE,...; all=CHANCE for every one, "
                    "delay-ms=MS for the longest delay")
