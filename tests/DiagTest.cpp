@@ -56,6 +56,13 @@ TEST_F(DiagTest, OneLineAMessageWithTimeSubsystemMaskAndText) {
     EXPECT_NE(std::string::npos, lines()[1].find(std::string(2000, 'x')));
 }
 
+TEST_F(DiagTest, ANewLogIsItsOwnersAlone) {
+    ::unlink(mPath.c_str());
+    Diag_LSM_Init(nullptr);
+    Diag_LSM_DeInit();
+    EXPECT_EQ(std::filesystem::perms{0600}, std::filesystem::status(mPath).permissions());
+}
+
 TEST_F(DiagTest, DropsWhenNobodyHasOpenedIt) {
     msg_sprintf(&kDescriptor, "VELO", "too early");
     Diag_LSM_Init(nullptr);

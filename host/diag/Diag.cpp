@@ -21,6 +21,9 @@
 
 namespace {
 
+/// What is logged may tell passwords.
+constexpr mode_t kOwnerOnly = 0600;
+
 std::string timeText() {
     timeval now{};
     ::gettimeofday(&now, nullptr);
@@ -90,8 +93,8 @@ private:
         if (path == nullptr || *path == '\0') {
             return -1;
         }
-        const int fd = velo::mox::clearOfStandardStreams(
-            ::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644));
+        const int fd = velo::mox::clearOfStandardStreams(::open(
+            path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kOwnerOnly));
         struct stat status {};
         // A pipe would raise a signal in this process when its reader leaves.
         if (fd >= 0 && (::fstat(fd, &status) != 0 || S_ISFIFO(status.st_mode))) {
