@@ -75,6 +75,7 @@ INSTANTIATE_TEST_SUITE_P(
                    0,
                    "modified 3gpp:1: types default -> default,mms; clat",
                    ""},
+        Transcript{{"modify", "1", "--user", "a\x1b[2Jb"}, 0, "1: user - -> a?[2Jb.", ""},
         Transcript{{"delete", "2"}, 0, "deleted 3gpp:2", ""},
         Transcript{{"refresh", "started"}, 0, "refuses everything", ""},
         Transcript{{"refresh", "completed"}, 0, "4 profiles were read anew", ""},

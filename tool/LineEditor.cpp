@@ -162,7 +162,7 @@ unsigned char LineEditor::complete() {
 void LineEditor::list(const std::vector<std::string>& candidates) {
     std::string text = "\n";
     for (const std::string& candidate : candidates) {
-        text += fitted(candidate, displayWidth(candidate)) + "  ";
+        text += fitted(candidate) + "  ";
     }
     text += "\n";
     ::fputs(text.c_str(), stderr);

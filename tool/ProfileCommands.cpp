@@ -12,6 +12,7 @@
 #include "tool/Output.h"
 #include "tool/ProfileView.h"
 #include "tool/Session.h"
+#include "tool/Table.h"
 #include "velo/Manager.h"
 
 namespace velo::tool {
@@ -105,7 +106,7 @@ int dump(Context& context) {
     }
     std::string text;
     for (const std::string& line : lines) {
-        text += line + "\n";
+        text += fitted(line) + "\n";
     }
     context.output.write(text);
     return kDone;

@@ -342,7 +342,7 @@ std::string toText(const ProfileChange& change, const GlobalOptions& options) {
         text += " password;";
     }
     text.back() = '.';
-    return text;
+    return fitted(text);
 }
 
 }  // namespace velo::tool

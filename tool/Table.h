@@ -30,7 +30,8 @@ private:
 /// The columns that a text takes on a terminal.
 std::size_t displayWidth(std::string_view text);
 
-/// The text without control characters, cut with an ellipsis when it is wider than `width`.
-std::string fitted(std::string_view text, std::size_t width);
+/// The text as a terminal may have it: without control characters, cut with an ellipsis when it is
+/// wider than `width`.
+std::string fitted(std::string_view text, std::size_t width = std::string_view::npos);
 
 }  // namespace velo::tool

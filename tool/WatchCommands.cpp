@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
-#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -18,7 +17,6 @@
 #include "tool/Interruption.h"
 #include "tool/Output.h"
 #include "tool/Session.h"
-#include "tool/Table.h"
 #include "tool/Watcher.h"
 
 namespace velo::tool {
@@ -81,11 +79,9 @@ nlohmann::json toJson(const WatchEvent& event, const GlobalOptions& options) {
 }
 
 std::string toText(const WatchEvent& event, const GlobalOptions& options) {
-    const std::string text = event.kind == WatchEvent::Kind::ProfileChanged
-                                 ? toText(event.change, options)
-                                 : nameOf(event.kind);
     return timeText(event.time, false) + " " +
-           fitted(text, std::numeric_limits<std::size_t>::max());
+           (event.kind == WatchEvent::Kind::ProfileChanged ? toText(event.change, options)
+                                                           : nameOf(event.kind));
 }
 
 int watch(Context& context, const WatchOptions& wanted) {
