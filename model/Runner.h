@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/Step.h"
+#include "model/World.h"
+
+namespace velo::model {
+
+struct RunOptions {
+    std::uint64_t seed = 0;
+    std::uint64_t operations = 0;  ///< zero for no limit
+    unsigned int seconds = 0;      ///< after which no further sequence begins; zero for no limit
+    unsigned int jobs = 1;
+    std::string failures = ".";  ///< folder for the steps of what failed
+    bool isModemLying = false;
+};
+
+/// Runs sequences of steps, each in a fresh world, in processes of their own: whatever the library
+/// does to one, be it a crash, is seen from outside. Used by one thread, the only one in its
+/// process: the library is never used in it.
+class Runner {
+public:
+    /// @param output where results are written
+    Runner(const RunOptions& options, int output) : mOptions(options), mOutput(output) {}
+
+    /// Whether every sequence passed. One that fails ends the run and is shortened.
+    bool run();
+
+    /// Performs the steps and says what each was and what came of it.
+    bool replay(const Steps& steps);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Job {
+        pid_t pid = -1;
+        int pipe = -1;
+        std::uint64_t next = 0;  ///< the sequence that it is at
+        unsigned int silences = 0;
+        bool isDone = false;
+        std::string text;
+        std::string trouble;
+    };
+
+    std::size_t lengthOf(std::uint64_t sequence) const;
+    Job startJob(unsigned int number);
+    void work(unsigned int number, int pipe) const;
+    void follow(std::vector<Job>& jobs);
+    void listen(Job& job);
+    void finish(Job& job);
+    int runAlone(const Steps& steps, bool isNarrated) const;
+    int perform(const Steps& steps, bool isNarrated) const;
+    void reportFailure(const Job& job);
+    void reportSummary(bool passed);
+    void print(const std::string& text) const;
+
+    const RunOptions mOptions;
+    const int mOutput;
+    const Clock::time_point mBegun = Clock::now();
+    Clock::time_point mShown = mBegun;
+    World::Counts mCounts;
+    std::uint64_t mOperations = 0;
+};
+
+}  // namespace velo::model

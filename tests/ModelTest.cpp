@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The comparison of the library with the model of its rules, in short: that it passes, and that it
+// can fail.
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "SpawnedCommand.h"
+
+namespace velo::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+TEST(ModelTest, AFewThousandOperations) {
+    const auto result =
+        SpawnedCommand(VELO_MODEL, {"--operations", "4000", "--seed", "1"}).finish();
+    EXPECT_EQ(0, result.status) << result.out << result.err;
+    EXPECT_THAT(result.out, HasSubstr("operations              4000\n"));
+}
+
+TEST(ModelTest, ALieIsFoundShortenedAndReplayed) {
+    std::string folder = std::filesystem::temp_directory_path() / "velo-model-XXXXXX";
+    ASSERT_NE(nullptr, ::mkdtemp(folder.data()));
+    const auto found = SpawnedCommand(VELO_MODEL, {"--lying-modem", "--operations", "500", "--seed",
+                                                   "1", "--jobs", "1", "--failures", folder})
+                           .finish();
+    EXPECT_EQ(1, found.status) << found.out << found.err;
+    const std::string file = folder + "/model-1.steps";
+    EXPECT_THAT(found.out, HasSubstr("Again: script/model --replay " + file));
+    const auto again = SpawnedCommand(VELO_MODEL, {"--lying-modem", "--replay", file}).finish();
+    EXPECT_EQ(1, again.status) << again.out << again.err;
+    // Nothing can be spared: two steps bring a lie about.
+    EXPECT_THAT(again.out, HasSubstr("  2  "));
+    EXPECT_THAT(again.out, ::testing::Not(HasSubstr("  4  ")));
+    const auto honest = SpawnedCommand(VELO_MODEL, {"--replay", file}).finish();
+    EXPECT_EQ(0, honest.status) << honest.out << honest.err;
+    std::filesystem::remove_all(folder);
+}
+
+TEST(ModelTest, WhatIsNoStepIsRefused) {
+    const auto result = SpawnedCommand(VELO_MODEL, {"--replay", "/nowhere"}).finish();
+    EXPECT_EQ(2, result.status);
+    EXPECT_EQ("velo_model: cannot read /nowhere\n", result.err);
+}
+
+}  // namespace
+}  // namespace velo::test
