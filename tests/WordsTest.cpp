@@ -4,11 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <functional>
 
 #include "tool/CommandError.h"
-#include "tool/Table.h"
 
 namespace velo::tool {
 namespace {
@@ -48,29 +46,6 @@ TEST(Words, NumbersHaveToBeWholeAndWithinTheirBounds) {
     for (const char* wrong : {"", "256", "-1", "3x", " 3", "99999999999999999999"}) {
         EXPECT_NE(errorOf([&] { parseNumber("profile id", wrong, 0, 255); }), "") << wrong;
     }
-}
-
-TEST(TableTest, WideCharactersAlignAndControlCharactersAreShown) {
-    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-    Table table({"NAME", "EMPTY", "NUMBER"});
-    table.add({"中国", "", "1"});
-    table.add({"a\x1b[1mb", "", "2"});
-    EXPECT_EQ(table.render(80, false),
-              "NAME    NUMBER\n"
-              "中国    1\n"
-              "a?[1mb  2\n");
-    EXPECT_EQ(displayWidth("中国"), 4U);
-    EXPECT_EQ(fitted("中国移动", 5), "中国…");
-    EXPECT_EQ(table.render(80, true).substr(0, 4), "\x1b[1m");
-}
-
-TEST(TableTest, TheWidestColumnGivesWayToTheTerminal) {
-    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-    Table table({"ID", "NAME"});
-    table.add({"1", std::string(50, 'x')});
-    EXPECT_EQ(table.render(20, false),
-              "ID  NAME\n"
-              "1   xxxxxxxxxxxxxxx…\n");
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "tool/CommandError.h"
@@ -49,11 +48,7 @@ bool Output::isTerminal() const {
 }
 
 std::size_t Output::width() const {
-    winsize size{};
-    if (!isTerminal() || ::ioctl(mFd, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-        return std::numeric_limits<std::size_t>::max();
-    }
-    return size.ws_col;
+    return terminalWidth(mFd);
 }
 
 bool Output::color() const {
@@ -103,6 +98,7 @@ ResultList::~ResultList() {
         // Whoever read the results is gone: there is no list to end.
     } catch (const CommandError& error) {
         mOutput.error(error.what());
+        mOutput.mIsBroken = true;
     }
 }
 
@@ -124,11 +120,22 @@ void Output::error(std::string_view text) {
     remark("velo: " + std::string(text));
 }
 
+std::size_t terminalWidth(int fd) {
+    winsize size{};
+    // What is no terminal refuses the question.
+    const bool isKnown = ::ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+    return isKnown ? size.ws_col : kUnlimited;
+}
+
 int takeStandardOutput() {
     const int results = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere >= 0 && nowhere != STDOUT_FILENO) {
-        ::dup2(nowhere, STDOUT_FILENO);
+    ::close(STDOUT_FILENO);
+    // Each opening takes the lowest descriptor that is free.
+    int nowhere = 0;
+    do {
+        nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    } while (nowhere >= 0 && nowhere < STDERR_FILENO);
+    if (nowhere > STDERR_FILENO) {
         ::close(nowhere);
     }
     return results;

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
@@ -36,6 +37,9 @@ public:
     void jsonLine(const nlohmann::json& json);
     void table(const Table& table);
 
+    /// Whether results were lost where no command could be told.
+    bool isBroken() const { return mIsBroken; }
+
     /// Remarks and errors go to the standard error.
     void remark(std::string_view text);
     void error(std::string_view text);
@@ -49,6 +53,7 @@ private:
     int mFd;
     unsigned int mLists = 0;
     bool mIsListEmpty = true;
+    bool mIsBroken = false;
 };
 
 /// While one lives, every JSON result is an element of one array, each from a line of its own on:
@@ -66,9 +71,13 @@ private:
     bool mIsWanted;
 };
 
+/// Columns of the terminal that a descriptor leads to; kUnlimited when it leads elsewhere.
+std::size_t terminalWidth(int fd);
+
 /// Takes the standard output for the program's results and leaves descriptor 1 leading nowhere
 /// until the process has ended, because the library writes there on its own account, at the very
-/// end, too.
+/// end, too. Where the standard input or error is closed, that leads nowhere from then on as well:
+/// what is opened later must not be taken for it.
 /// @return the descriptor for the results; negative when the standard output was closed
 int takeStandardOutput();
 

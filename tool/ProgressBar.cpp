@@ -14,8 +14,7 @@ namespace velo::tool {
 
 namespace {
 
-constexpr std::size_t kBarWidth = 30;
-constexpr std::size_t kTextWidth = 30;
+constexpr std::size_t kWidest = 80;
 constexpr std::chrono::milliseconds kPeriod{50};
 
 }  // namespace
@@ -36,10 +35,15 @@ void ProgressBar::show(std::size_t done, const std::string& what) {
         return;
     }
     mLast = now;
-    const std::size_t filled = kBarWidth * std::min(done, mTotal) / mTotal;
-    std::fprintf(stderr, "\r\x1b[K[%s%s] %zu/%zu %s", std::string(filled, '#').c_str(),
-                 std::string(kBarWidth - filled, '.').c_str(), done, mTotal,
-                 fitted(what, kTextWidth).c_str());
+    // A third for the bar, the rest for the numbers and the text; the last column stays free, as
+    // some terminals begin a new line when it is written to.
+    const std::size_t width = std::min(terminalWidth(STDERR_FILENO), kWidest);
+    const std::size_t barWidth = width / 3;
+    const std::size_t filled = barWidth * std::min(done, mTotal) / mTotal;
+    const std::string line = "[" + std::string(filled, '#') + std::string(barWidth - filled, '.') +
+                             "] " + std::to_string(done) + "/" + std::to_string(mTotal) + " " +
+                             what;
+    std::fprintf(stderr, "\r\x1b[K%s", fitted(line, width - 1).c_str());
 }
 
 }  // namespace velo::tool
