@@ -6,6 +6,7 @@
 #include "modem/Modem.h"
 #include "tool/ApnDatabase.h"
 #include "tool/GlobalOptions.h"
+#include "tool/Interruption.h"
 #include "tool/Output.h"
 #include "tool/Provisioner.h"
 #include "tool/Session.h"
@@ -42,8 +43,9 @@ protected:
 
     GlobalOptions mOptions;
     Output mOutput{mOptions, -1};
-    Session mSession{mOptions, mOutput};
-    Provisioner mProvisioner{mSession, mOptions};
+    Interruption mInterruption;
+    Session mSession{mOptions, mOutput, mInterruption};
+    Provisioner mProvisioner{mSession, mOptions, mInterruption};
 };
 
 ApnRecord record(TechType tech, const std::string& apn, IPType home, IPType roam,

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -21,6 +23,7 @@ namespace velo::test {
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -34,7 +37,9 @@ TEST(ScriptTest, StopsAtTheFirstFailureAndSaysWhere) {
     const Case cases[] = {
         {"list\n\n# remark\nbogus\nadd --apn late\n", 2, "stdin:4: there is no command 'bogus'"},
         {"show 3gpp:200\nadd --apn late\n", 1, "stdin:1: the modem has no profile 3gpp:200"},
-        {"attach-check 250\nadd --apn late\n", 1, "stdin:1: attach-check ended with status 1"},
+        {"attach-check 250\nadd --apn late\n", 1, "stdin:1: the modem has no profile 3gpp:250"},
+        {"velo match 1 --ip v4\nadd --apn late\n", 1, "stdin:1: the line ended with status 1"},
+        {"add --key web\nprovision --sim 26201\n", 2, "stdin:2: provision connects the library "},
         {"list 'open\n", 2, "stdin:1: the line lacks the closing ' of a word"},
         {"list --modem /nowhere\n", 2, "stdin:1: --modem holds for a whole shell or script"},
         {"drop web\n", 2, "stdin:1: there is no key 'web'; there are no keys at all"},
@@ -81,7 +86,8 @@ TEST(ScriptTest, RefusesFilesThatItCannotRun) {
     const auto endless = runCommand({"run", path});
     std::filesystem::remove(path);
     EXPECT_EQ(2, endless.status);
-    EXPECT_THAT(endless.err, StartsWith(path + ":1: the scripts run each other"));
+    EXPECT_EQ(path + ":1: " + path + " would run itself without an end; take that line out\n",
+              endless.err);
 }
 
 TEST(ShellTest, CommandsAboutKeysNeedAShell) {
@@ -101,6 +107,8 @@ TEST(ShellTest, GoesOnAfterAFailureAndEndsWithTheLastStatus) {
     const auto failed = runCommand({"shell"}, "bogus\nadd --apn internet --key web\nshow 77\n");
     EXPECT_EQ(1, failed.status);
     EXPECT_THAT(failed.out, HasSubstr("web"));
+    EXPECT_THAT(failed.err, StartsWith("stdin:1: there is no command 'bogus'"));
+    EXPECT_THAT(failed.err, HasSubstr("\nstdin:3: the modem has no profile 3gpp:77"));
     EXPECT_EQ(2, runCommand({"shell"}, "shell").status);
 }
 
@@ -126,6 +134,52 @@ TEST(ShellTest, TellsOfKeysThatExpire) {
         return shell.waitForOut("\n") && shell.heardOut("key web has expired");
     }));
     EXPECT_EQ(0, shell.finish().status);
+}
+
+TEST(ShellTest, ProvisionLeavesTheShellsOwnModemAlone) {
+    const auto result = runCommand(
+        {"shell"}, "modify 1 --apn mine\nprovision --sim 26201\nshow 1 --modem-view\nshow 1\n");
+    EXPECT_EQ(0, result.status) << result.err;
+    EXPECT_THAT(result.out.substr(result.out.find("elapsed")),
+                AllOf(HasSubstr("mine"), HasSubstr("token")));
+}
+
+TEST(InterruptionTest, EndsTheCommandButNotTheShell) {
+    SpawnedCommand shell({"shell"}, SpawnedCommand::Streams::Terminal);
+    ASSERT_TRUE(shell.waitForOut("velo> "));
+    shell.write("provision --all --twice\r");
+    ASSERT_TRUE(shell.waitForOut("] "));
+    shell.write("\x03");
+    ASSERT_TRUE(shell.waitForOut("interrupted after "));
+    ASSERT_TRUE(shell.waitForOut("velo> "));
+    shell.write("add --apn afterwards\r");
+    ASSERT_TRUE(shell.waitForOut("created 3gpp:0"));
+    shell.write("exit\r");
+    EXPECT_EQ(0, shell.finish().status);
+}
+
+TEST(InterruptionTest, LeavesNothingBehind) {
+    const std::string folder =
+        std::filesystem::temp_directory_path() / ("velo-break-" + std::to_string(::getpid()));
+    std::filesystem::create_directory(folder);
+    ASSERT_EQ(0, ::setenv("TMPDIR", folder.c_str(), 1));
+    {
+        SpawnedCommand provision({"provision", "--all", "--twice"},
+                                 SpawnedCommand::Streams::Terminal);
+        ASSERT_TRUE(provision.waitForOut("] "));
+        provision.write("\x03");
+        ASSERT_TRUE(provision.waitForOut("everything was released"));
+        EXPECT_EQ(130, provision.finish().status);
+    }
+    SpawnedCommand script({"run", "-"});
+    script.write("add --apn internet\n");
+    ASSERT_TRUE(script.waitForOut("created 3gpp:0"));
+    script.signal(SIGTERM);
+    ASSERT_TRUE(script.waitForErr("stdin: interrupted after line 1"));
+    EXPECT_EQ(143, script.finish().status);
+    ::unsetenv("TMPDIR");
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
+    std::filesystem::remove_all(folder);
 }
 
 TEST(CompletionTest, OffersWhatTheDefinitionsAllow) {

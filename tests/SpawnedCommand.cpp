@@ -5,12 +5,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 
 #include "Support.h"
 
@@ -28,19 +28,22 @@ Pipe makePipe() {
 
 }  // namespace
 
-SpawnedCommand::SpawnedCommand(const std::vector<std::string>& arguments)
-    : SpawnedCommand(VELO_COMMAND, arguments) {}
+SpawnedCommand::SpawnedCommand(const std::vector<std::string>& arguments, Streams streams)
+    : SpawnedCommand(VELO_COMMAND, arguments, streams) {}
 
 SpawnedCommand::SpawnedCommand(const std::string& program,
-                               const std::vector<std::string>& arguments) {
-    Pipe input = makePipe();
-    Pipe out = makePipe();
-    Pipe err = makePipe();
+                               const std::vector<std::string>& arguments, Streams streams) {
     posix_spawn_file_actions_t actions{};
+    posix_spawnattr_t attributes{};
     ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, input[0].get(), STDIN_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, out[1].get(), STDOUT_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, err[1].get(), STDERR_FILENO);
+    ::posix_spawnattr_init(&attributes);
+    if (streams == Streams::Pipes) {
+        usePipes(actions);
+    } else {
+        // The first terminal that the leader of a session opens becomes the one that controls it.
+        ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+        useTerminal(actions);
+    }
     std::vector<std::string> words{program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
@@ -49,12 +52,38 @@ SpawnedCommand::SpawnedCommand(const std::string& program,
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    EXPECT_EQ(0, ::posix_spawnp(&mPid, argv[0], &actions, nullptr, argv.data(), environ));
+    EXPECT_EQ(0, ::posix_spawnp(&mPid, argv[0], &actions, &attributes, argv.data(), environ));
+    ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&actions);
+    mOfChild.clear();
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void SpawnedCommand::usePipes(posix_spawn_file_actions_t& actions) {
+    Pipe input = makePipe();
+    Pipe out = makePipe();
+    Pipe err = makePipe();
+    ::posix_spawn_file_actions_adddup2(&actions, input[0].get(), STDIN_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, out[1].get(), STDOUT_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, err[1].get(), STDERR_FILENO);
     mInput = std::move(input[1]);
     mOut.fd = std::move(out[0]);
     mErr.fd = std::move(err[0]);
-    std::signal(SIGPIPE, SIG_IGN);
+    mOfChild.push_back(std::move(input[0]));
+    mOfChild.push_back(std::move(out[1]));
+    mOfChild.push_back(std::move(err[1]));
+}
+
+void SpawnedCommand::useTerminal(posix_spawn_file_actions_t& actions) {
+    mOut.fd = mox::Descriptor(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    EXPECT_EQ(0, ::grantpt(mOut.fd.get()));
+    EXPECT_EQ(0, ::unlockpt(mOut.fd.get()));
+    mInput = mox::Descriptor(::fcntl(mOut.fd.get(), F_DUPFD_CLOEXEC, 0));
+    std::array<char, 64> path{};
+    EXPECT_EQ(0, ::ptsname_r(mOut.fd.get(), path.data(), path.size()));
+    ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, path.data(), O_RDWR, 0);
+    ::posix_spawn_file_actions_adddup2(&actions, STDIN_FILENO, STDOUT_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, STDIN_FILENO, STDERR_FILENO);
 }
 
 SpawnedCommand::~SpawnedCommand() {

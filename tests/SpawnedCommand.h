@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <spawn.h>
 #include <sys/types.h>
 
 #include <string>
@@ -21,9 +22,15 @@ public:
         std::string err;
     };
 
+    /// A terminal stands for all three streams, its contents count as the standard output, and what
+    /// is written to it is typed: "\x03" interrupts.
+    enum class Streams { Pipes, Terminal };
+
     /// The built velo with these arguments.
-    explicit SpawnedCommand(const std::vector<std::string>& arguments);
-    SpawnedCommand(const std::string& program, const std::vector<std::string>& arguments);
+    explicit SpawnedCommand(const std::vector<std::string>& arguments,
+                            Streams streams = Streams::Pipes);
+    SpawnedCommand(const std::string& program, const std::vector<std::string>& arguments,
+                   Streams streams = Streams::Pipes);
     ~SpawnedCommand();
     SpawnedCommand(const SpawnedCommand&) = delete;
     SpawnedCommand& operator=(const SpawnedCommand&) = delete;
@@ -50,10 +57,13 @@ private:
         std::size_t seen = 0;
     };
 
+    void usePipes(posix_spawn_file_actions_t& actions);
+    void useTerminal(posix_spawn_file_actions_t& actions);
     bool waitFor(Stream& stream, const std::string& text);
     bool pump();
 
     pid_t mPid = -1;
+    std::vector<mox::Descriptor> mOfChild;  ///< until it has them
     mox::Descriptor mInput;
     Stream mOut;
     Stream mErr;

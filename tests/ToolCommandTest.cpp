@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -68,8 +69,9 @@ INSTANTIATE_TEST_SUITE_P(
         Transcript{{"find", "--apn", "velo"}, 0, "No profile matches.\n", ""},
         Transcript{{"match", "2", "--apn", "IMS"}, 0, "2 matches.\n", ""},
         Transcript{{"match", "2", "--ip", "v4"}, 1, "2 does not match.\n", ""},
-        Transcript{{"add", "--apn", "web", "--persistent"}, 0, "persistent yes.\n", ""},
-        Transcript{{"add", "--apn", "web"}, 0, "created 3gpp:0", "dies with this command"},
+        Transcript{
+            {"add", "--apn", "web", "--persistent"}, 0, "persistent yes.\n", "embedded modem ends"},
+        Transcript{{"add", "--apn", "web"}, 0, "created 3gpp:0", "embedded modem ends"},
         Transcript{{"add", "--apn", "web", "--password", "geheim"}, 0, "••••••", "velo shell"},
         Transcript{{"modify", "1", "--types", "default,mms", "--clat", "yes"},
                    0,
@@ -86,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(
             "modified 3gpp2:1: auth none -> pap.",
             ""},
         Transcript{{"emergency"}, 0, "found 3gpp:3.", ""},
-        Transcript{{"attach", "--apn", "web"}, 0, "initial attach yes; name velo_profile_ia", ""},
+        Transcript{{"attach", "--apn", "web"}, 0, "name velo_profile_ia", "embedded modem ends"},
         Transcript{{"attach-check", "1", "--apn", "attach.velo"}, 0, "1 may be used", ""},
         Transcript{{"attach-check", "1", "--apn", "web"}, 1, "1 may not be used", ""},
         Transcript{{"apn-class", kList, "--sim", "26201"}, 0, "class inet", ""},
@@ -113,18 +115,18 @@ INSTANTIATE_TEST_SUITE_P(
         Transcript{{"refresh", "maybe"}, 2, "", "started, completed"},
         Transcript{{"data-call", "--update-allowed"}, 2, "", "--any-apn"},
         Transcript{{"attach", "--update-allowed"}, 2, "", "--any-apn"},
+        Transcript{{"attach-check", "77"}, 1, "", "no profile 3gpp:77"},
         Transcript{{"attach-check", "3gpp2:1"}, 2, "", "only a 3GPP profile"},
         Transcript{{"provision"}, 2, "", "--sim MCCMNC or --all"},
         Transcript{{"provision", "--sim", "99999"}, 2, "", "no network 99999"},
         Transcript{{"apn-types", kList}, 2, "", "say which one with --sim"},
         Transcript{{"carriers", "--apns", "/nonexistent"}, 2, "", "cannot be read"},
         Transcript{{"--modem", "/nonexistent", "list"}, 1, "", "there is no modem at"},
+        Transcript{{"--instance", "7", "list"}, 2, "", "the modem has no subscription 7"},
+        Transcript{{"--instance", "x", "list"}, 2, "", "'x' is no subscription; give a number"},
+        Transcript{{"--timeout", "0", "list"}, 2, "", "'0' is no time-out; give seconds"},
+        Transcript{{"lsit", "--help"}, 2, "", "did you mean 'list'?"},
         Transcript{{"help", "lsit"}, 2, "", "did you mean 'list'?"}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Warned, Transcripts,
-    ::testing::Values(Transcript{
-        {"--instance", "7", "list"}, 0, "attach.velo", "refused to bind subscription 7"}));
 
 struct JsonForm {
     Words words;
@@ -154,7 +156,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(JsonForm{{"list"}, "token"}, JsonForm{{"list", "--modem-view"}, "persistent"},
                       JsonForm{{"show", "1"}, "made_by_library"}, JsonForm{{"dump"}, "pending"},
                       JsonForm{{"find", "--ip", "v4v6"}, "technology"},
-                      JsonForm{{"match", "1", "--apn", "none"}, "matches"},
+                      JsonForm{{"match", "1", "--apn", "none"}, "technology"},
                       JsonForm{{"add", "--apn", "web"}, "profile"},
                       JsonForm{{"modify", "1", "--clat", "yes"}, "changes"},
                       JsonForm{{"delete", "1"}, "changes"},
@@ -187,6 +189,36 @@ TEST(ToolCommand, AClosedPipeEndsItQuietly) {
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
     ::close(ends[1]);
+}
+
+TEST(ToolCommand, AClosedOrFullOutputIsAFailure) {
+    for (const std::string output : {">&-", ">/dev/full"}) {
+        for (const std::string words : {"list", "--json keys", "--json run /dev/null", "--help",
+                                        "list --help", "--version"}) {
+            const std::string line = std::string(VELO_COMMAND) + " " + words + " " + output;
+            const Outcome outcome = test::SpawnedCommand("bash", {"-c", line}).finish();
+            EXPECT_NE(outcome.status, 0) << line;
+            EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << line;
+        }
+    }
+}
+
+TEST(ToolCommand, ARefusedSubscriptionIsWarnedOf) {
+    modem::Modem modem;
+    modem.setGate(
+        [](const mox::Frame& frame) { return frame.messageId != kWdsBindSubscriptionReq; });
+    const Outcome outcome = velo({"--modem", modem.socketPath(), "list"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.err.find("refused to bind subscription 0"), std::string::npos);
+}
+
+TEST(ToolCommand, ALostAnswerIsNoRefusal) {
+    modem::Modem modem;
+    modem.setTamper([](mox::Frame& frame) { return frame.messageId != kWdsCreateProfileReq; });
+    const Outcome outcome = velo({"--modem", modem.socketPath(), "add", "--apn", "web"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.err.find("created 3gpp:0, but its answer did not come"), std::string::npos)
+        << outcome.err;
 }
 
 TEST(ToolCommand, APersistentProfileStaysInARunningModemAndAnotherGoes) {

@@ -41,9 +41,7 @@ int add(Context& context, const AddOptions& given) {
     const std::vector<ProfileChange> changes =
         changesOf(context, [&] { key = context.session.manager().addProfile(params); });
     if (!key) {
-        throw CommandError(kFailed,
-                           "the modem refused to create the profile: its store is full, or it does "
-                           "not take a value; velo list shows what it holds");
+        failWithoutKey("the modem did not create the profile", changes);
     }
     reportKey(context, key, given.key, changes, "--persistent to keep the profile");
     return kDone;
@@ -68,7 +66,13 @@ int modify(Context& context, const ModifyOptions& given) {
         throw CommandError(kFailed, given.id + " is stale: its profile is gone");
     }
     if (refused) {
-        throw CommandError(kFailed, "the modem refused the change; " + given.id + " is as it was");
+        const std::string id = given.id;
+        throw CommandError(kFailed, changes.empty()
+                                        ? "the modem refused the change, or did not answer; " + id +
+                                              " is as it was"
+                                        : "the modem changed " + id +
+                                              ", but its answer did not come; velo list "
+                                              "--modem-view shows what it holds");
     }
     reportChanges(context, changes);
     return kDone;
@@ -80,8 +84,11 @@ int remove(Context& context, const std::string& id) {
     const std::vector<ProfileChange> changes =
         changesOf(context, [&] { done = context.session.manager().deleteProfile(key); });
     if (!done) {
-        throw CommandError(kFailed, "the profile " + id +
-                                        " was not deleted: its key is stale, or the modem refused");
+        throw CommandError(
+            kFailed, changes.empty() ? "the profile " + id +
+                                           " was not deleted: its key is stale, or the modem "
+                                           "refused or did not answer"
+                                     : "the modem deleted " + id + ", but its answer did not come");
     }
     reportChanges(context, changes);
     return kDone;

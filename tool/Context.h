@@ -12,6 +12,7 @@ class IProfileKey;
 namespace velo::tool {
 
 struct GlobalOptions;
+class Interruption;
 class KeyRing;
 class Output;
 class Session;
@@ -23,6 +24,7 @@ struct Context {
     Output& output;
     Session& session;
     KeyRing& keys;
+    Interruption& interruption;
     bool interactive;  ///< whether keys live on after the command
 
     /// The key of that name, or a new one for the profile that the text names.

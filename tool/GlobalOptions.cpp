@@ -14,6 +14,15 @@ constexpr Word kLogWords[] = {{"adb", static_cast<std::uint32_t>(LogTarget::Adb)
                               {"diag", static_cast<std::uint32_t>(LogTarget::Diag)},
                               {"off", static_cast<std::uint32_t>(LogTarget::Off)}};
 
+/// @return what is wrong with a number; empty when it is within its bounds
+template <typename Number>
+std::string check(const std::string& text, Number least, Number most, const char* wanted) {
+    Number number{};
+    return CLI::detail::lexical_cast(text, number) && number >= least && number <= most
+               ? std::string()
+               : "'" + text + "' is no " + wanted;
+}
+
 }  // namespace
 
 void GlobalOptions::setup(CLI::App& app) {
@@ -26,7 +35,9 @@ void GlobalOptions::setup(CLI::App& app) {
         ->group(group);
     app.add_option("--instance", instance, "Subscription of the modem, 0 at first")
         ->type_name("N")
-        ->check(CLI::Range(0U, 255U).description(""))
+        ->check([](const std::string& text) {
+            return check<unsigned int>(text, 0, 255, "subscription; give a number from 0 to 255");
+        })
         ->group(group);
     app.add_option_function<std::string>(
            "--log",
@@ -38,7 +49,9 @@ void GlobalOptions::setup(CLI::App& app) {
         ->group(group);
     app.add_option("--timeout", timeoutSeconds, "Longest wait for the modem, 10 seconds at first")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.01, 3600.0).description(""))
+        ->check([](const std::string& text) {
+            return check(text, 0.01, 3600.0, "time-out; give seconds from 0.01 to 3600");
+        })
         ->group(group);
     app.add_flag("--json", json, "Results as JSON")->group(group);
     app.add_flag("--no-color", noColor, "No colour on the terminal, as with NO_COLOR set")

@@ -11,6 +11,7 @@
 #include "tool/CommandLine.h"
 #include "tool/Context.h"
 #include "tool/GlobalOptions.h"
+#include "tool/Interruption.h"
 #include "tool/Output.h"
 #include "tool/Words.h"
 
@@ -59,6 +60,9 @@ int Interpreter::execute(const std::vector<std::string>& words) {
     } catch (const CommandError& error) {
         mContext.output.error(error.what());
         return error.status();
+    } catch (const Interruption::Raised&) {
+        mContext.output.error("interrupted");
+        return mContext.interruption.status();
     } catch (const Output::Closed&) {
         return kDone;
     } catch (const std::exception& error) {
@@ -73,6 +77,9 @@ int Interpreter::parseAndRun(std::vector<std::string> words) {
     try {
         line.app().parse(std::move(words));
     } catch (const CLI::CallForHelp&) {
+        if (line.selected() == nullptr && !line.app().remaining().empty()) {
+            throw CommandError(kUsage, describeExtras(line));
+        }
         mContext.output.write(line.help());
         return kDone;
     } catch (const CLI::CallForVersion& version) {

@@ -2,15 +2,29 @@
 
 #pragma once
 
+#include <array>
 #include <csignal>
 
 namespace velo::tool {
 
-/// While it lives, an interrupt or a request to terminate makes a descriptor readable in place of
-/// what it did before; so whoever polls for something else notices it, whichever thread the signal
-/// reached. One at a time in a process.
+/// While it lives, the signals that ask the program to stop (an interrupt, a request to terminate,
+/// the loss of the terminal) are noted in place of what they did before, so that whatever works can
+/// stop in order: release what it holds, and say what was done. Any thread may ask. One at a time
+/// in a process.
 class Interruption {
 public:
+    /// What check() throws.
+    struct Raised {};
+
+    /// While one lives, the signals end a system call that waits; otherwise they let it go on.
+    class Breaking {
+    public:
+        Breaking();
+        ~Breaking();
+        Breaking(const Breaking&) = delete;
+        Breaking& operator=(const Breaking&) = delete;
+    };
+
     Interruption();
     ~Interruption();
     Interruption(const Interruption&) = delete;
@@ -18,10 +32,20 @@ public:
 
     /// Readable from the first signal on.
     int fd() const;
+    bool isRaised() const;
+
+    /// @throws Raised
+    void check() const;
+
+    /// The exit status that tells of the signal.
+    int status() const;
+
+    /// Puts an interrupt behind, as a shell does before its next line. A request to end the whole
+    /// program stays.
+    void forgetInterrupt();
 
 private:
-    struct sigaction mInterruptBefore {};
-    struct sigaction mTerminateBefore {};
+    std::array<struct sigaction, 3> mBefore{};
 };
 
 }  // namespace velo::tool

@@ -6,12 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
 
+#include "tool/Interruption.h"
+#include "tool/Output.h"
 #include "tool/Table.h"
 
 namespace velo::tool {
@@ -19,8 +20,6 @@ namespace velo::tool {
 namespace {
 
 constexpr int kHistorySize = 1000;
-
-void ignoreInterrupt(int) {}
 
 std::string historyPath() {
     const char* home = std::getenv("HOME");
@@ -58,17 +57,13 @@ bool LineEditor::isPossible() {
     return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
 }
 
-LineEditor::LineEditor(std::string prompt, Completer completer)
+LineEditor::LineEditor(std::string prompt, Completer completer, Interruption& interruption)
     : mPrompt(std::move(prompt)),
       mCompleter(std::move(completer)),
       mHistoryPath(historyPath()),
+      mInterruption(interruption),
       mHistory(::history_init(), ::history_end),
       mEditor(::el_init("velo", stdin, stderr, stderr), ::el_end) {
-    // Without a restart of the system call, the interrupt ends the reading of a line.
-    struct sigaction interrupt {};
-    interrupt.sa_handler = ignoreInterrupt;
-    ::sigaction(SIGINT, &interrupt, &mInterruptBefore);
-
     HistEvent event{};
     ::history(mHistory.get(), &event, H_SETSIZE, kHistorySize);
     ::history(mHistory.get(), &event, H_SETUNIQUE, 1);
@@ -86,19 +81,22 @@ LineEditor::LineEditor(std::string prompt, Completer completer)
     ::el_source(editor, nullptr);
 }
 
-LineEditor::~LineEditor() {
-    ::sigaction(SIGINT, &mInterruptBefore, nullptr);
-}
-
 std::optional<std::string> LineEditor::read() {
     for (;;) {
+        mInterruption.forgetInterrupt();
+        if (mInterruption.isRaised()) {
+            return std::nullopt;
+        }
         ::el_resize(mEditor.get());
         int length = 0;
-        const char* text = ::el_gets(mEditor.get(), &length);
+        const char* text = nullptr;
+        {
+            const Interruption::Breaking breaking;
+            text = ::el_gets(mEditor.get(), &length);
+        }
         if (text == nullptr || length <= 0) {
-            const bool isInterrupted = length < 0 && errno == EINTR;
             ::fputc('\n', stderr);
-            if (!isInterrupted) {
+            if (!mInterruption.isRaised()) {
                 return std::nullopt;
             }
             ::el_reset(mEditor.get());
@@ -160,12 +158,7 @@ unsigned char LineEditor::complete() {
 }
 
 void LineEditor::list(const std::vector<std::string>& candidates) {
-    std::string text = "\n";
-    for (const std::string& candidate : candidates) {
-        text += fitted(candidate) + "  ";
-    }
-    text += "\n";
-    ::fputs(text.c_str(), stderr);
+    ::fputs(("\n" + inColumns(candidates, terminalWidth(STDERR_FILENO))).c_str(), stderr);
 }
 
 }  // namespace velo::tool

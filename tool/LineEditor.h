@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <csignal>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -14,10 +13,12 @@ struct history;
 
 namespace velo::tool {
 
+class Interruption;
+
 /// Reads lines from the terminal with editing, history and completion; what is typed is echoed to
-/// the standard error. An interrupt empties the line, and does nothing while no line is read. The
-/// history is kept in ~/.velo_history, lines with a password left out. Used by one thread, one at a
-/// time.
+/// the standard error. An interrupt empties the line; a request to end the program ends the input.
+/// The history is kept in ~/.velo_history, lines with a password left out. Used by one thread, one
+/// at a time.
 class LineEditor {
 public:
     /// What the beginning of a line, up to the cursor, may go on with: the candidates for its last
@@ -31,8 +32,7 @@ public:
     /// Whether there is a terminal to edit on.
     static bool isPossible();
 
-    LineEditor(std::string prompt, Completer completer);
-    ~LineEditor();
+    LineEditor(std::string prompt, Completer completer, Interruption& interruption);
     LineEditor(const LineEditor&) = delete;
     LineEditor& operator=(const LineEditor&) = delete;
 
@@ -50,7 +50,7 @@ private:
     std::string mPrompt;
     Completer mCompleter;
     std::string mHistoryPath;
-    struct sigaction mInterruptBefore {};
+    Interruption& mInterruption;
     std::unique_ptr<history, void (*)(history*)> mHistory;
     std::unique_ptr<editline, void (*)(editline*)> mEditor;
 };

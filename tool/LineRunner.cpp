@@ -2,22 +2,23 @@
 
 #include "tool/LineRunner.h"
 
+#include <algorithm>
 #include <exception>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "tool/CommandError.h"
 #include "tool/CommandText.h"
 #include "tool/ExpiryBoard.h"
 #include "tool/GlobalOptions.h"
 #include "tool/Interpreter.h"
+#include "tool/Interruption.h"
 #include "tool/KeyRing.h"
 #include "tool/Output.h"
 
 namespace velo::tool {
 
 namespace {
-
-constexpr unsigned int kDeepest = 16;
 
 /// Puts the options back to what they were before a line.
 class OptionsGuard {
@@ -48,20 +49,20 @@ void refuseChoiceOfModem(const std::vector<std::string>& words) {
 
 }  // namespace
 
-LineRunner::LineRunner(const Context& context, ShellState& state)
+LineRunner::LineRunner(const Context& context, ShellState& state, const std::string& source)
     : mContext(context), mState(state) {
     mContext.interactive = true;
-    if (mState.depth == kDeepest) {
-        throw CommandError(kUsage, "the scripts run each other more than " +
-                                       std::to_string(kDeepest) +
-                                       " deep; see that none runs itself");
+    const std::vector<std::string>& running = mState.sources;
+    if (std::find(running.begin(), running.end(), source) != running.end()) {
+        throw CommandError(kUsage, source + " would run itself without an end; take that line out");
     }
-    ++mState.depth;
+    mState.sources.push_back(source);
 }
 
 LineRunner::~LineRunner() {
     mState.isEnded = false;
-    if (--mState.depth == 0) {
+    mState.sources.pop_back();
+    if (mState.sources.empty()) {
         mContext.keys.clear();
         mState.board->take();
     }
@@ -69,7 +70,9 @@ LineRunner::~LineRunner() {
 
 int LineRunner::run(const std::string& line, const std::string& where) {
     const OptionsGuard guard(mContext.options);
+    mState.isTold = false;
     const auto complain = [&](const char* text) {
+        mState.isTold = true;
         if (where.empty()) {
             mContext.output.error(text);
         } else {
@@ -77,13 +80,13 @@ int LineRunner::run(const std::string& line, const std::string& where) {
         }
     };
     try {
-        const std::vector<std::string> words = wordsOfLine(line);
-        if (!words.empty()) {
-            mStatus = execute(words, where);
-        }
+        mStatus = execute(wordsOfLine(line));
     } catch (const CommandError& error) {
         complain(error.what());
         mStatus = error.status();
+    } catch (const Interruption::Raised&) {
+        complain("interrupted");
+        mStatus = mContext.interruption.status();
     } catch (const std::exception& error) {
         complain(error.what());
         mStatus = kFailed;
@@ -92,14 +95,16 @@ int LineRunner::run(const std::string& line, const std::string& where) {
     return mStatus;
 }
 
-int LineRunner::execute(const std::vector<std::string>& words, const std::string& where) {
-    refuseChoiceOfModem(words);
-    const int status = Interpreter(mContext).parseAndRun(words);
-    if (status != kDone && !where.empty()) {
-        mContext.output.remark(where + ": " + words.front() + " ended with status " +
-                               std::to_string(status));
+int LineRunner::execute(std::vector<std::string> words) {
+    // Lines are pasted from where they need it.
+    if (!words.empty() && words.front() == "velo") {
+        words.erase(words.begin());
     }
-    return status;
+    if (words.empty()) {
+        return mStatus;
+    }
+    refuseChoiceOfModem(words);
+    return Interpreter(mContext).parseAndRun(std::move(words));
 }
 
 void LineRunner::tellExpired() {

@@ -15,8 +15,9 @@ class ExpiryBoard;
 /// What the commands of a shell or a script share beside the context.
 struct ShellState {
     std::shared_ptr<ExpiryBoard> board;
-    bool isEnded = false;    ///< whether the innermost shell or script was told to end
-    unsigned int depth = 0;  ///< shells and scripts that run within each other
+    bool isEnded = false;              ///< whether the innermost shell or script was told to end
+    bool isTold = false;               ///< whether somebody said where the last failure was
+    std::vector<std::string> sources;  ///< shells and scripts that run within each other
 };
 
 /// Carries out command lines one after another, as part of a shell or a script: keys live on from
@@ -24,8 +25,9 @@ struct ShellState {
 class LineRunner {
 public:
     /// The keys of the outermost runner are dropped with it.
-    /// @throws CommandError when scripts run each other without an end
-    LineRunner(const Context& context, ShellState& state);
+    /// @param source what names the lines and nothing else, whatever way leads there
+    /// @throws CommandError when the lines would run themselves
+    LineRunner(const Context& context, ShellState& state, const std::string& source);
     ~LineRunner();
     LineRunner(const LineRunner&) = delete;
     LineRunner& operator=(const LineRunner&) = delete;
@@ -42,7 +44,7 @@ public:
     void tellExpired();
 
 private:
-    int execute(const std::vector<std::string>& words, const std::string& where);
+    int execute(std::vector<std::string> words);
 
     Context mContext;
     ShellState& mState;

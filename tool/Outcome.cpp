@@ -47,7 +47,14 @@ std::vector<ProfileChange> changesOf(Context& context, const std::function<void(
     context.session.manager();
     const std::vector<ProfileView> before = context.session.modemProfiles();
     work();
-    return changesBetween(before, context.session.modemProfiles());
+    try {
+        return changesBetween(before, context.session.modemProfiles());
+    } catch (const CommandError& error) {
+        throw CommandError(error.status(),
+                           std::string(error.what()) +
+                               "; what was asked for may have happened, and velo list --modem-view "
+                               "shows it once the modem answers again");
+    }
 }
 
 void reportChanges(Context& context, const std::vector<ProfileChange>& changes) {
@@ -74,6 +81,19 @@ void addKeyOption(CLI::App& app, std::string& name) {
         });
 }
 
+void failWithoutKey(const std::string& outcome, const std::vector<ProfileChange>& changes) {
+    for (const ProfileChange& change : changes) {
+        if (change.what() == "created") {
+            throw CommandError(kFailed, "the modem created " + placeOf(*change.after) +
+                                            ", but its answer did not come, so that no key holds "
+                                            "the profile; use it, or delete it");
+        }
+    }
+    throw CommandError(kFailed, outcome +
+                                    ": its store is full, it does not take a value, or its answer "
+                                    "did not come; velo list --modem-view shows what it holds");
+}
+
 void reportKey(Context& context, const std::shared_ptr<IProfileKey>& key, const std::string& name,
                const std::vector<ProfileChange>& changes, const std::string& hint) {
     ProfileView profile = describe(context.session.manager(), key);
@@ -95,7 +115,15 @@ void reportKey(Context& context, const std::shared_ptr<IProfileKey>& key, const 
             context.output.line(toText(each, context.options));
         }
     }
-    if (!context.interactive && diesWithKey(change)) {
+    if (context.interactive) {
+        return;
+    }
+    if (outcome == "created" && context.session.embedded() != nullptr) {
+        context.output.remark("velo: note: the embedded modem ends with this command, and " +
+                              placeOf(profile) +
+                              " with it; stay in velo shell, or name a modem that lasts with "
+                              "--modem");
+    } else if (diesWithKey(change)) {
         context.output.remark("velo: note: the key of " + placeOf(profile) +
                               " dies with this command, and the profile with it; use " +
                               (hint.empty() ? "" : hint + ", or ") + "velo shell to hold the key");

@@ -10,10 +10,12 @@
 #include "tool/KeyRing.h"
 #include "tool/Outcome.h"
 #include "tool/Output.h"
+#include "tool/ProfileView.h"
 #include "tool/Session.h"
 #include "tool/SettingOptions.h"
 #include "tool/WantedRecords.h"
 #include "tool/Words.h"
+#include "velo/Manager.h"
 #include "velo/Util.h"
 
 namespace velo::tool {
@@ -74,9 +76,7 @@ int findKey(Context& context, const PolicyOptions& given, const FindKey& findIt)
     const std::vector<ProfileChange> changes =
         changesOf(context, [&] { key = findIt(util, params); });
     if (!key) {
-        throw CommandError(kFailed,
-                           "no profile was found and none could be created: the modem's store is "
-                           "full, or it does not take a value; velo list shows what it holds");
+        failWithoutKey("no profile was found, and the modem did not create one", changes);
     }
     reportKey(context, key, given.key, changes);
     return kDone;
@@ -112,12 +112,17 @@ int attachCheck(Context& context, const PolicyOptions& given) {
         throw CommandError(kUsage,
                            "only a 3GPP profile can serve an attach, and " + given.id + " is none");
     }
-    context.session.manager();
+    Manager& manager = context.session.manager();
+    if (!manager.getProfile(context.key(given.id))) {
+        throw CommandError(kFailed, given.id + " is stale: its profile is gone");
+    }
     Util util;
     util.setProfileUpdateAllowed(given.updateAllowed);
     const bool usable = util.matchLteAttachProfileId(id, params);
     if (context.output.json()) {
-        context.output.document({{"id", id}, {"usable", usable}});
+        nlohmann::json json = placeToJson(tech, id, context.options);
+        json["usable"] = usable;
+        context.output.document(json);
     } else {
         context.output.line(given.id +
                             (usable ? " may be used for attach." : " may not be used for attach."));

@@ -202,11 +202,16 @@ std::string placeOf(const ProfileView& profile) {
     return techText(profile.tech) + ":" + std::to_string(profile.id);
 }
 
-nlohmann::json toJson(const ProfileView& profile, const GlobalOptions& options) {
-    nlohmann::json json{{"technology", techText(profile.tech)}, {"id", profile.id}};
+nlohmann::json placeToJson(TechType tech, int id, const GlobalOptions& options) {
+    nlohmann::json json{{"technology", techText(tech)}, {"id", id}};
     if (options.numbers) {
-        json["technology"] = static_cast<int>(profile.tech);
+        json["technology"] = static_cast<int>(tech);
     }
+    return json;
+}
+
+nlohmann::json toJson(const ProfileView& profile, const GlobalOptions& options) {
+    nlohmann::json json = placeToJson(profile.tech, profile.id, options);
     for (const Setting& setting : settings()) {
         const auto value = setting.get(profile.params, options.numbers);
         if (value) {

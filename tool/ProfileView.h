@@ -51,6 +51,9 @@ std::vector<ProfileView> describe(Manager& manager, const FilterProfileParams& f
 /// "3gpp:5".
 std::string placeOf(const ProfileView& profile);
 
+/// What identifies a profile.
+nlohmann::json placeToJson(TechType tech, int id, const GlobalOptions& options);
+
 nlohmann::json toJson(const ProfileView& profile, const GlobalOptions& options);
 nlohmann::json toJson(const std::vector<ProfileView>& profiles, const GlobalOptions& options);
 

@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "tool/CommandError.h"
 #include "tool/Context.h"
 #include "tool/GlobalOptions.h"
 #include "tool/Interpreter.h"
+#include "tool/Interruption.h"
 #include "tool/KeyRing.h"
 #include "tool/Output.h"
 #include "tool/Session.h"
@@ -23,12 +25,20 @@ int run(int argc, const char* const* argv) {
     }
     std::signal(SIGPIPE, SIG_IGN);
 
+    const int results = takeStandardOutput();
     GlobalOptions options;
-    Output output(options, takeStandardOutput());
-    Session session(options, output);
+    Output output(options, results);
+    if (results < 0) {
+        output.error("the standard output is closed: the results have no place to go");
+        return kFailed;
+    }
+    Interruption interruption;
+    Session session(options, output, interruption);
     KeyRing keys;
-    Context context{options, output, session, keys, false};
-    return Interpreter(context).execute(std::vector<std::string>(argv + 1, argv + argc));
+    Context context{options, output, session, keys, interruption, false};
+    const int status =
+        Interpreter(context).execute(std::vector<std::string>(argv + 1, argv + argc));
+    return status == kDone && output.isBroken() ? kFailed : status;
 }
 
 }  // namespace velo::tool

@@ -11,11 +11,14 @@
 #include "tool/CommandError.h"
 #include "tool/Context.h"
 #include "tool/GlobalOptions.h"
+#include "tool/Interruption.h"
+#include "tool/KeyRing.h"
 #include "tool/Output.h"
 #include "tool/ProgressBar.h"
 #include "tool/Provisioner.h"
 #include "tool/Session.h"
 #include "tool/Table.h"
+#include "tool/Words.h"
 
 namespace velo::tool {
 
@@ -172,11 +175,20 @@ void renderSummary(Context& context, const Summary& summary) {
     table.add({"profiles reused", grouped(summary.reused)});
     table.add({"profiles left over", grouped(summary.leftOver)});
     table.add({"calls", grouped(summary.calls)});
-    if (context.session.embedded() != nullptr) {
+    if (context.options.modemPath.empty()) {
         table.add({"exchanges with the modem", grouped(summary.exchanges)});
     }
     table.add({"elapsed", elapsed});
     context.output.table(table);
+}
+
+void listDifferences(Context& context, const Summary& summary) {
+    if (context.output.json()) {
+        return;
+    }
+    for (const std::string& difference : summary.differences) {
+        context.output.line(difference);
+    }
 }
 
 /// @return the exit status
@@ -184,21 +196,68 @@ int finish(Context& context, const Summary& summary) {
     if (summary.differences.empty()) {
         return kDone;
     }
-    if (!context.output.json()) {
-        for (const std::string& difference : summary.differences) {
-            context.output.line(difference);
-        }
-    }
+    listDifferences(context, summary);
     context.output.error(
         "the modem is not as it must be: " + std::to_string(summary.differences.size()) +
         " differences, listed in the results");
     return kFailed;
 }
 
+[[noreturn]] void tellInterruption(Context& context, const Summary& summary, std::size_t networks) {
+    listDifferences(context, summary);
+    throw CommandError(context.interruption.status(),
+                       "interrupted after " + std::to_string(summary.networks) + " of " +
+                           std::to_string(networks) + " networks: " + grouped(summary.created) +
+                           " profiles created, " + grouped(summary.reused) + " reused, " +
+                           std::to_string(summary.differences.size()) +
+                           " differences; everything was released");
+}
+
+/// Brings up the networks one after the other. @return the results, where there is but one network
+std::vector<ProvisionResult> provisionEach(Context& context, const ProvisionOptions& given,
+                                           const std::vector<ApnNetwork>& networks,
+                                           Summary& summary) {
+    // The embedded modem of a shell is left alone: this one is made as new for each network.
+    Session own(context.options, context.output, context.interruption);
+    const bool isEmbedded = context.options.modemPath.empty();
+    context.session.leave();
+    Provisioner provisioner(isEmbedded ? own : context.session, context.options,
+                            context.interruption);
+    ProgressBar progress(context.output, given.all ? networks.size() : 0);
+    std::vector<ProvisionResult> shown;
+    for (const ApnNetwork& network : networks) {
+        context.interruption.check();
+        if (given.all) {
+            progress.show(summary.networks, network.id);
+        }
+        for (ProvisionResult& result : provision(provisioner, network, given)) {
+            summary.add(result);
+            if (!given.all) {
+                shown.push_back(std::move(result));
+            }
+        }
+        ++summary.networks;
+        summary.apns += network.records.size();
+    }
+    return shown;
+}
+
+/// The library is connected anew for each network, which makes keys stale.
+void requireNoKeys(const Context& context) {
+    const std::vector<std::string> names = context.keys.names();
+    if (!names.empty()) {
+        throw CommandError(kUsage, "provision connects the library anew, and the keys " +
+                                       join(names, ", ") +
+                                       " would be stale; drop them first, or run velo provision "
+                                       "beside this");
+    }
+}
+
 int runProvision(Context& context, const ProvisionOptions& given) {
     if (given.all == !given.sim.empty()) {
         throw CommandError(kUsage, "say whose SIM: either --sim MCCMNC or --all");
     }
+    requireNoKeys(context);
     const ApnDatabase database(given.file);
     if (const std::string remarks = database.remarks(); !remarks.empty()) {
         context.output.remark(remarks);
@@ -207,31 +266,17 @@ int runProvision(Context& context, const ProvisionOptions& given) {
         given.all ? database.networks() : std::vector{database.network(given.sim)};
     const auto start = std::chrono::steady_clock::now();
     Summary summary;
-    nlohmann::json runs = nlohmann::json::array();
-    {
-        Provisioner provisioner(context.session, context.options);
-        ProgressBar progress(context.output, given.all ? networks.size() : 0);
-        for (const ApnNetwork& network : networks) {
-            if (given.all) {
-                progress.show(summary.networks, network.id);
-            }
-            for (const ProvisionResult& result : provision(provisioner, network, given)) {
-                summary.add(result);
-                if (given.all) {
-                    continue;
-                }
-                if (context.output.json()) {
-                    runs.push_back(toJson(result, context.options));
-                } else {
-                    renderRun(context, result);
-                }
-            }
-            ++summary.networks;
-            summary.apns += network.records.size();
-        }
+    std::vector<ProvisionResult> results;
+    try {
+        results = provisionEach(context, given, networks, summary);
+    } catch (const Interruption::Raised&) {
+        tellInterruption(context, summary, networks.size());
     }
     summary.elapsed = std::chrono::steady_clock::now() - start;
     if (!context.output.json()) {
+        for (const ProvisionResult& result : results) {
+            renderRun(context, result);
+        }
         renderSummary(context, summary);
         return finish(context, summary);
     }
@@ -239,7 +284,10 @@ int runProvision(Context& context, const ProvisionOptions& given) {
     if (!given.all) {
         json["network"] = networks.front().id;
         json["carriers"] = networks.front().carriers();
-        json["results"] = runs;
+        json["results"] = nlohmann::json::array();
+        for (const ProvisionResult& result : results) {
+            json["results"].push_back(toJson(result, context.options));
+        }
     }
     context.output.document(json);
     return finish(context, summary);
@@ -255,16 +303,19 @@ Action setupProvision(CLI::App& app) {
                  "Profiles that are found may be changed; --all does both ways otherwise");
     app.add_flag(
         "--twice", given->twice,
-        "Each once more after a restart of the modem, which keeps its persistent profiles");
+        "Each once more, on what the first time left: the embedded modem restarts in between and "
+        "keeps its persistent profiles");
     return [given](Context& context) { return runProvision(context, *given); };
 }
 
 }  // namespace
 
 std::vector<Command> provisionCommands() {
-    return {{"provision", "Bring-up",
-             "Brings up SIMs as a data framework does, releases all, and checks the modem",
-             "velo provision --sim 26201", setupProvision}};
+    return {
+        {"provision", "Bring-up",
+         "Brings up SIMs as a data framework does, releases all, and checks the modem: an embedded "
+         "one of its own, or the one that --modem names, as it is",
+         "velo provision --sim 26201", setupProvision}};
 }
 
 }  // namespace velo::tool

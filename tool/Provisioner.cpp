@@ -7,6 +7,7 @@
 
 #include "modem/Modem.h"
 #include "tool/GlobalOptions.h"
+#include "tool/Interruption.h"
 #include "tool/ModemView.h"
 #include "tool/Session.h"
 #include "velo/Manager.h"
@@ -58,8 +59,9 @@ struct Provisioner::Run {
     }
 };
 
-Provisioner::Provisioner(Session& session, const GlobalOptions& options)
-    : mSession(session), mOptions(options) {}
+Provisioner::Provisioner(Session& session, const GlobalOptions& options,
+                         const Interruption& interruption)
+    : mSession(session), mOptions(options), mInterruption(interruption) {}
 
 ProvisionResult Provisioner::bringUp(const ApnNetwork& network, bool updateAllowed, bool again) {
     modem::Modem* embedded = mSession.embedded();
@@ -168,6 +170,7 @@ std::optional<ExpectedStore::Place> Provisioner::note(Run& run, const std::strin
     ++(found ? run.result.reused : run.result.created);
     run.result.steps.push_back({request, found ? "found" : "created", place});
     run.keys.push_back(std::move(key));
+    mInterruption.check();
     return place;
 }
 

@@ -22,6 +22,7 @@ class Util;
 namespace velo::tool {
 
 struct GlobalOptions;
+class Interruption;
 class Session;
 
 /// One request of a bring-up and the profile that served it.
@@ -50,11 +51,12 @@ struct ProvisionResult {
 /// store then has against what it must have. Used by one thread.
 class Provisioner {
 public:
-    Provisioner(Session& session, const GlobalOptions& options);
+    Provisioner(Session& session, const GlobalOptions& options, const Interruption& interruption);
 
     /// @param again whether the embedded modem is only restarted, its store kept, rather than made
     /// as new.
     ///        A modem that is not embedded is taken as it is.
+    /// @throws Interruption::Raised between two requests; what they came to is released
     ProvisionResult bringUp(const ApnNetwork& network, bool updateAllowed, bool again);
 
 private:
@@ -72,6 +74,7 @@ private:
 
     Session& mSession;
     const GlobalOptions& mOptions;
+    const Interruption& mInterruption;
 };
 
 }  // namespace velo::tool

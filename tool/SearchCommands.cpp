@@ -55,7 +55,9 @@ int match(Context& context, const MatchOptions& given) {
     const std::shared_ptr<IProfileKey> key = context.key(given.id);
     const bool matches = context.session.manager().match(filter, key);
     if (context.output.json()) {
-        context.output.document({{"id", given.id}, {"matches", matches}});
+        nlohmann::json json = placeToJson(key->getTechType(), key->getProfileId(), context.options);
+        json["matches"] = matches;
+        context.output.document(json);
     } else {
         context.output.line(given.id + (matches ? " matches." : " does not match."));
     }

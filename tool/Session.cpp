@@ -17,6 +17,7 @@
 #include "modem/Modem.h"
 #include "tool/CommandError.h"
 #include "tool/GlobalOptions.h"
+#include "tool/Interruption.h"
 #include "tool/ModemView.h"
 #include "tool/Output.h"
 #include "tool/SettingOptions.h"
@@ -37,13 +38,14 @@ bool holds(const std::string& line, const std::string& text) {
 
 }  // namespace
 
-Session::Session(const GlobalOptions& options, Output& output)
-    : mOptions(options), mOutput(output) {}
+Session::Session(const GlobalOptions& options, Output& output, const Interruption& interruption)
+    : mOptions(options), mOutput(output), mInterruption(interruption) {}
 
 Session::~Session() = default;
 
 const std::string& Session::modemPath() {
     if (!mPath.empty()) {
+        mox::setModemPath(mPath);
         return mPath;
     }
     if (mOptions.modemPath.empty()) {
@@ -92,6 +94,7 @@ void Session::connect() {
     const Clock::time_point start = Clock::now();
     std::chrono::microseconds pause{100};
     while (!cacheFilled()) {
+        mInterruption.check();
         if (Clock::now() - start > limit) {
             warnOfRefusals();
             throw CommandError(kFailed, "the modem at " + path +
@@ -124,6 +127,7 @@ bool Session::cacheFilled() {
 
 void Session::warnOfRefusals() {
     if (loggedFromStart("Unable send bind req message")) {
+        requireSubscription();
         mOutput.remark("velo: warning: the modem refused to bind subscription " +
                        std::to_string(mOptions.instance) +
                        "; what follows may be about another one");
@@ -132,6 +136,17 @@ void Session::warnOfRefusals() {
         mOutput.remark(
             "velo: warning: the modem refused to report changes; the profiles shown may "
             "be out of date");
+    }
+}
+
+void Session::requireSubscription() {
+    try {
+        ModemView view(mOptions.instance);
+    } catch (const CommandError& error) {
+        // Anything but a number that the modem has no subscription for may pass.
+        if (error.status() == kUsage) {
+            throw;
+        }
     }
 }
 

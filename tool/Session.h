@@ -21,14 +21,16 @@ class Modem;
 namespace velo::tool {
 
 struct GlobalOptions;
+class Interruption;
 class Output;
 struct ProfileView;
 
 /// The modem that commands work on and the library connected to it. Both are started when they are
-/// first asked for, and live on until the end. Used by one thread.
+/// first asked for, and live on until the end; a process has one library, so that one session at a
+/// time has it. Used by one thread.
 class Session {
 public:
-    Session(const GlobalOptions& options, Output& output);
+    Session(const GlobalOptions& options, Output& output, const Interruption& interruption);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -47,6 +49,10 @@ public:
     /// @throws CommandError when that takes too long
     void connect();
 
+    /// Leaves the library to another session; whoever asks for it next has it connected anew, and
+    /// keys are stale then. The modem stays.
+    void leave() { mConnections = 0; }
+
     /// What the modem holds, asked of it directly.
     std::vector<ProfileView> modemProfiles();
 
@@ -59,11 +65,14 @@ public:
 private:
     bool cacheFilled();
     void warnOfRefusals();
+    /// @throws CommandError when the modem is sure not to have the subscription
+    void requireSubscription();
     /// Whether the first connection logged this.
     bool loggedFromStart(const std::string& text);
 
     const GlobalOptions& mOptions;
     Output& mOutput;
+    const Interruption& mInterruption;
     std::unique_ptr<modem::Modem> mEmbedded;
     std::string mPath;
     unsigned int mConnections = 0;

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <unistd.h>
 #include <CLI/CLI.hpp>
-#include <iostream>
-#include <istream>
+
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -18,8 +21,10 @@
 #include "tool/Context.h"
 #include "tool/ExpiryBoard.h"
 #include "tool/GlobalOptions.h"
+#include "tool/Interruption.h"
 #include "tool/KeyRing.h"
 #include "tool/LineEditor.h"
+#include "tool/LineReader.h"
 #include "tool/LineRunner.h"
 #include "tool/Output.h"
 #include "tool/ProfileView.h"
@@ -35,7 +40,10 @@ namespace {
 
 constexpr const char* kGroup = "Shell and scripts";
 
+constexpr const char* kStandardInput = "stdin";
+
 using State = std::shared_ptr<ShellState>;
+using NextLine = std::function<std::optional<std::string>()>;
 
 LineEditor::Continuations continuations(const CommandLine& line, const KeyRing& keys,
                                         const std::string& beginning) {
@@ -59,9 +67,12 @@ LineEditor::Continuations continuations(const CommandLine& line, const KeyRing& 
 void runEdited(Context& context, LineRunner& runner) {
     GlobalOptions unused;
     const CommandLine definitions(unused);
-    LineEditor editor("velo> ", [&](const std::string& beginning) {
-        return continuations(definitions, context.keys, beginning);
-    });
+    LineEditor editor(
+        "velo> ",
+        [&](const std::string& beginning) {
+            return continuations(definitions, context.keys, beginning);
+        },
+        context.interruption);
     context.output.remark("help lists the commands, Tab completes, Ctrl-D ends the shell");
     while (!runner.isEnded()) {
         runner.tellExpired();
@@ -73,42 +84,68 @@ void runEdited(Context& context, LineRunner& runner) {
     }
 }
 
+/// @throws Interruption::Raised when the lines ended because of it
+void runPiped(Context& context, LineRunner& runner) {
+    LineReader reader(STDIN_FILENO, context.interruption);
+    std::size_t number = 0;
+    for (std::optional<std::string> line; !runner.isEnded() && (line = reader.read());) {
+        runner.run(*line, kStandardInput + (":" + std::to_string(++number)));
+    }
+    context.interruption.check();
+}
+
 int runShell(Context& context, ShellState& state) {
     if (context.interactive) {
         throw CommandError(kUsage, "a shell does not start within a shell or a script");
     }
     const bool isEdited = LineEditor::isPossible();
     const ResultList list(context.output, context.output.json() && !isEdited);
-    LineRunner runner(context, state);
+    LineRunner runner(context, state, isEdited ? "the shell" : kStandardInput);
     if (isEdited) {
         runEdited(context, runner);
-        return kDone;
+        return context.interruption.isRaised() ? context.interruption.status() : kDone;
     }
-    for (std::string line; !runner.isEnded() && std::getline(std::cin, line);) {
-        runner.run(line);
-    }
+    runPiped(context, runner);
     return runner.status();
 }
 
-int runLines(Context& context, ShellState& state, std::istream& lines, const std::string& name) {
+int runLines(Context& context, ShellState& state, const NextLine& next, const std::string& name,
+             const std::string& source) {
     const ResultList list(context.output, context.output.json() && !context.interactive);
-    LineRunner runner(context, state);
+    LineRunner runner(context, state, source);
     std::size_t number = 0;
-    for (std::string line; !runner.isEnded() && std::getline(lines, line);) {
-        const int status = runner.run(line, name + ":" + std::to_string(++number));
-        if (status != kDone) {
-            return status;
+    std::optional<std::string> line;
+    while (!runner.isEnded() && !context.interruption.isRaised() && (line = next())) {
+        const std::string where = name + ":" + std::to_string(++number);
+        const int status = runner.run(*line, where);
+        if (status == kDone) {
+            continue;
         }
+        if (!std::exchange(state.isTold, true)) {
+            context.output.remark(where + ": the line ended with status " + std::to_string(status));
+        }
+        return status;
     }
-    return kDone;
+    if (!context.interruption.isRaised()) {
+        return kDone;
+    }
+    context.output.remark(name + ": interrupted after line " + std::to_string(number));
+    state.isTold = true;
+    return context.interruption.status();
 }
 
 int runScript(Context& context, ShellState& state, const std::string& path) {
     if (path == "-") {
-        return runLines(context, state, std::cin, "stdin");
+        LineReader reader(STDIN_FILENO, context.interruption);
+        return runLines(
+            context, state, [&reader] { return reader.read(); }, kStandardInput, kStandardInput);
     }
     std::istringstream lines(readTextFile(path));
-    return runLines(context, state, lines, path);
+    const NextLine next = [&lines] {
+        std::string line;
+        return std::getline(lines, line) ? std::optional(line) : std::nullopt;
+    };
+    return runLines(context, state, next, path, std::filesystem::weakly_canonical(path).string());
 }
 
 void requireShell(const Context& context, const std::string& command) {

@@ -96,7 +96,7 @@ std::string pairLines(const std::string& name, std::size_t nameWidth, const std:
                       std::size_t width) {
     const std::size_t indent = nameWidth + kGap;
     const std::size_t room = width > indent + kNarrowest ? width - indent : kNarrowest;
-    const std::string shown = fitted(value, kUnlimited);
+    const std::string shown = fitted(value);
     std::string_view rest = shown;
     std::string lines;
     std::string begin = padded(name, indent);
@@ -236,7 +236,7 @@ std::string inColumns(const std::vector<std::string>& words, std::size_t width) 
     for (std::size_t line = 0; line < lines; ++line) {
         std::string row;
         for (std::size_t at = line; at < words.size(); at += lines) {
-            row += padded(fitted(words[at], kUnlimited), widest + kGap);
+            row += padded(fitted(words[at]), widest + kGap);
         }
         text += withoutEnd(row) + "\n";
     }

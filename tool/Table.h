@@ -43,7 +43,7 @@ std::size_t displayWidth(std::string_view text);
 
 /// The text as a terminal may have it: without control characters, cut with an ellipsis when it is
 /// wider than `width`.
-std::string fitted(std::string_view text, std::size_t width = std::string_view::npos);
+std::string fitted(std::string_view text, std::size_t width = kUnlimited);
 
 /// The words in columns as on `width`, each line with its end.
 std::string inColumns(const std::vector<std::string>& words, std::size_t width);

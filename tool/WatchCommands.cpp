@@ -91,7 +91,6 @@ int watch(Context& context, const WatchOptions& wanted) {
                    std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                        std::chrono::duration<double>(*wanted.seconds));
     }
-    const Interruption interruption;
     const std::string path = context.session.modemPath();
     if (context.session.embedded() != nullptr) {
         context.output.remark(
@@ -105,7 +104,7 @@ int watch(Context& context, const WatchOptions& wanted) {
     const ResultList results(context.output, context.output.json());
     unsigned int seen = 0;
     while (!wanted.count || seen < *wanted.count) {
-        const std::optional<WatchEvent> event = watcher.next(interruption.fd(), deadline);
+        const std::optional<WatchEvent> event = watcher.next(context.interruption.fd(), deadline);
         if (!event) {
             break;
         }

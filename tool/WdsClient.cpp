@@ -28,8 +28,7 @@ WdsClient::WdsClient(unsigned int subscription, OnChange onChange, std::function
         throw CommandError(kFailed, "the modem cannot be reached; see that it runs");
     }
     try {
-        order(kWdsBindSubscriptionReq, wds_bind_subscription_req_msg_v01{subscription},
-              "to bind subscription " + std::to_string(subscription));
+        bind(subscription);
     } catch (...) {
         mox_client_release(mClient);
         throw;
@@ -41,6 +40,16 @@ WdsClient::WdsClient(unsigned int subscription, OnChange onChange, std::function
 
 WdsClient::~WdsClient() {
     mox_client_release(mClient);
+}
+
+void WdsClient::bind(unsigned int subscription) {
+    const auto answer = exchange<wds_result_resp_msg_v01>(
+        kWdsBindSubscriptionReq, wds_bind_subscription_req_msg_v01{subscription});
+    if (answer.response.error == WDS_ERR_INVALID_ARG) {
+        throw CommandError(kUsage, "the modem has no subscription " + std::to_string(subscription) +
+                                       "; choose another with --instance, the first one is 0");
+    }
+    require(answer, "to bind subscription " + std::to_string(subscription));
 }
 
 void WdsClient::registerForChanges() {
@@ -86,7 +95,10 @@ void WdsClient::send(unsigned int messageId, const void* request, std::size_t re
 
 template <typename Request>
 void WdsClient::order(unsigned int messageId, const Request& request, const std::string& what) {
-    const auto answer = exchange<wds_result_resp_msg_v01>(messageId, request);
+    require(exchange<wds_result_resp_msg_v01>(messageId, request), what);
+}
+
+void WdsClient::require(const wds_result_resp_msg_v01& answer, const std::string& what) {
     if (answer.response.result != WDS_RESULT_SUCCESS) {
         throw CommandError(kFailed, "the modem refuses " + what + " (error " +
                                         std::to_string(answer.response.error) + ")");

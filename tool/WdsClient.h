@@ -44,6 +44,9 @@ private:
 
     void send(unsigned int messageId, const void* request, std::size_t requestSize, void* response,
               std::size_t responseSize);
+    void bind(unsigned int subscription);
+    /// @throws CommandError when the answer is a refusal
+    static void require(const wds_result_resp_msg_v01& answer, const std::string& what);
     template <typename Request>
     void order(unsigned int messageId, const Request& request, const std::string& what);
 
