@@ -137,6 +137,9 @@ public:
     std::weak_ptr<IProfileKey> getExpirationKey();
     unsigned long long getExpirationToken() { return mExpirationToken.value_or(0); }
 
+    /// Whoever holds requests back chains them by this, without memory of their own.
+    std::shared_ptr<CallbackRequest> next;
+
 private:
     std::optional<unsigned long long> mReleaseToken;
     std::optional<unsigned long long> mExpirationToken;

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "LogWrapper.h"
+#include "OutOfMemory.h"
 #include "ProfileKey.h"
 #include "SignalBlock.h"
 
@@ -20,6 +21,11 @@ namespace {
 
 Status statusOf(bool success) {
     return success ? Status::Success : Status::Failure;
+}
+
+/// The line is no part of the work: without memory for it the work is done all the same.
+void traceHandling(ClientRequest& request) {
+    orNothing([&] { logLine(LogLevel::Info, "Handling %s", request.dump().c_str()); });
 }
 
 std::shared_ptr<ProfileKey> profileKey(const std::shared_ptr<IProfileKey>& key) {
@@ -41,7 +47,13 @@ ClientRequestManager::ClientRequestManager(int instance)
         mThread = std::thread(&ClientRequestManager::runVeloThread, this);
     }
     mEventFd.emplace();
-    mEventManager.addEventHandler(mEventFd->get(), handleClientRequest, this, nullptr, EPOLLIN);
+    try {
+        mEventManager.addEventHandler(mEventFd->get(), handleClientRequest, this, nullptr, EPOLLIN);
+    } catch (...) {
+        mProfileCache.stop();
+        endVeloThread();
+        throw;
+    }
 }
 
 ClientRequestManager::~ClientRequestManager() {
@@ -54,9 +66,7 @@ ClientRequestManager::~ClientRequestManager() {
     });
     mEventManager.removeEventHandler(mEventFd->get());
     mEventFd.reset();
-    mRunning = false;
-    mEventManager.wake();
-    mThread.join();
+    endVeloThread();
 }
 
 std::shared_ptr<ClientResponse> ClientRequestManager::processClientRequest(
@@ -75,7 +85,7 @@ std::shared_ptr<ClientResponse> ClientRequestManager::handOver(
     std::shared_ptr<ClientRequest> request) {
     if (mWorkerId.load() == std::this_thread::get_id()) {
         logLine(LogLevel::Error, "processClientRequest called on a worker thread");
-        deferRelease(std::move(request));
+        deferRelease(request);
         return nullptr;
     }
     std::unique_lock lock(mMutex);
@@ -89,25 +99,26 @@ std::shared_ptr<ClientResponse> ClientRequestManager::handOver(
         return nullptr;
     }
     mRequest = request;
-    mCv.wait(lock, [this] { return mResponse != nullptr || mClosing; });
+    mCv.wait(lock, [this] { return mResponse != nullptr || mGivenUp || mClosing; });
+    mGivenUp = false;
     return std::exchange(mResponse, nullptr);
 }
 
-void ClientRequestManager::deferRelease(std::shared_ptr<ClientRequest> request) {
-    const auto callback = std::dynamic_pointer_cast<CallbackRequest>(std::move(request));
-    if (callback && callback->hasReleaseToken()) {
-        mDeferredReleases.push_back(callback);
+void ClientRequestManager::deferRelease(const std::shared_ptr<ClientRequest>& request) {
+    const auto release = std::dynamic_pointer_cast<CallbackRequest>(request);
+    if (!release || !release->hasReleaseToken()) {
+        return;
     }
+    (mDeferredReleases ? mLastDeferred->next : mDeferredReleases) = release;
+    mLastDeferred = release.get();
 }
 
 void ClientRequestManager::runDeferredReleases() {
     // A release may end a profile whose listener drops the next key.
-    while (!mDeferredReleases.empty()) {
-        const auto releases = std::exchange(mDeferredReleases, {});
-        for (const auto& release : releases) {
-            logLine(LogLevel::Info, "Handling %s", release->dump().c_str());
-            execute(*release);
-        }
+    while (const auto release = mDeferredReleases) {
+        mDeferredReleases = std::move(release->next);
+        traceHandling(*release);
+        orNothing([&] { execute(*release); });
     }
 }
 
@@ -118,6 +129,12 @@ void ClientRequestManager::runVeloThread() {
         mEventManager.processEvents();
         runDeferredReleases();
     }
+}
+
+void ClientRequestManager::endVeloThread() {
+    mRunning = false;
+    mEventManager.wake();
+    mThread.join();
 }
 
 void ClientRequestManager::handleClientRequest(int fd, void* arg) {
@@ -135,11 +152,13 @@ void ClientRequestManager::handleClientRequest(int fd, void* arg) {
 void ClientRequestManager::handlePendingRequest() {
     const std::lock_guard lock(mMutex);
     if (mRequest) {
-        logLine(LogLevel::Info, "Handling %s", mRequest->dump().c_str());
-        auto response = execute(*mRequest);
-        if (response) {
-            mResponse = std::move(response);
-        }
+        traceHandling(*mRequest);
+        mGivenUp = !orNothing([this] {
+            if (auto response = execute(*mRequest)) {
+                mResponse = std::move(response);
+            }
+            return true;
+        });
         // Let go of the request, and so of its key, before the caller can: the release of a key
         // that dies here would have to wait.
         mRequest.reset();

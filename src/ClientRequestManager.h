@@ -24,9 +24,13 @@ namespace velo {
 /// The engine behind the facade: owns the worker thread, its event loop and the profile cache, and
 /// passes one request at a time from a calling thread to the worker. Owned by Manager. There is one
 /// slot for a request and one for its response; callers are expected to take turns.
+///
+/// Memory that runs out on the worker fails what it is at, a request with an empty response, and
+/// the worker goes on. Any other exception there is a fault of the program and ends it.
 class ClientRequestManager {
 public:
     /// @throws std::system_error when the worker thread cannot be started
+    /// @throws std::bad_alloc when memory runs out
     explicit ClientRequestManager(int instance);
 
     /// Ends within one exchange with the modem. Callers that wait are woken with an empty response.
@@ -47,10 +51,11 @@ public:
 
 private:
     std::shared_ptr<ClientResponse> handOver(std::shared_ptr<ClientRequest> request);
-    void deferRelease(std::shared_ptr<ClientRequest> request);
+    void deferRelease(const std::shared_ptr<ClientRequest>& request);
     void runDeferredReleases();
 
     void runVeloThread();
+    void endVeloThread();
     static void handleClientRequest(int fd, void* arg);
     void handlePendingRequest();
 
@@ -68,6 +73,8 @@ private:
     const std::shared_ptr<RequestGate> mGate;
     std::shared_ptr<ClientRequest> mRequest;
     std::shared_ptr<ClientResponse> mResponse;
+    // The request was given up without a response; guarded by mMutex.
+    bool mGivenUp = false;
     std::mutex mMutex;
     std::condition_variable mCv;
     // No caller waits any longer; guarded by mMutex.
@@ -80,9 +87,10 @@ private:
     std::optional<EventFd> mEventFd;
     EventManager mEventManager;
     ProfileCache mProfileCache;
-    // The worker's own, as is the list below.
+    // The worker's own, as are the first and the last of the chain below.
     bool mRefreshInProgress = false;
-    std::vector<std::shared_ptr<ClientRequest>> mDeferredReleases;
+    std::shared_ptr<CallbackRequest> mDeferredReleases;
+    CallbackRequest* mLastDeferred = nullptr;
 };
 
 }  // namespace velo

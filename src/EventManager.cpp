@@ -16,6 +16,7 @@
 
 #include "ForkGuard.h"
 #include "LogWrapper.h"
+#include "OutOfMemory.h"
 
 namespace velo {
 
@@ -88,7 +89,12 @@ std::string otherFlags(unsigned int flags) {
 }  // namespace
 
 EventManager::EventManager() : mEpollFd(createEpoll()) {
-    addEventHandler(mWakeFd.get(), clearRead, nullptr, nullptr, EPOLLIN | EPOLLHUP);
+    try {
+        addEventHandler(mWakeFd.get(), clearRead, nullptr, nullptr, EPOLLIN | EPOLLHUP);
+    } catch (...) {
+        close(mEpollFd);
+        throw;
+    }
     logLine(LogLevel::Verbose, "EventManager is ready. epollFd:%d", mEpollFd);
 }
 
@@ -120,12 +126,17 @@ EventManager::Added EventManager::add(int fd, const HandlerObject& handler, int 
     if (mHandlers.count(fd) != 0) {
         return Added::Twice;
     }
+    const auto entry = mHandlers.emplace(fd, handler).first;
+    try {
+        addApprovedFd(fd);
+    } catch (...) {
+        mHandlers.erase(entry);
+        throw;
+    }
     epoll_event event{};
     event.events = static_cast<std::uint32_t>(events);
     event.data.fd = fd;
     const bool watched = epoll_ctl(mEpollFd, EPOLL_CTL_ADD, fd, &event) == 0;
-    mHandlers[fd] = handler;
-    addApprovedFd(fd);
     return watched ? Added::Watched : Added::Unwatched;
 }
 
@@ -168,6 +179,7 @@ void EventManager::processEvents() {
     {
         const std::lock_guard lock(mMutex);
         mRemoved.clear();
+        mAllStale = false;
     }
     const int count = epoll_wait(mEpollFd, mEvents.data(), static_cast<int>(mEvents.size()), -1);
     if (count == -1) {
@@ -183,7 +195,7 @@ void EventManager::processEvents() {
         logLine(LogLevel::Verbose, "processing event number: %d, handling %d for %d", i,
                 static_cast<int>(flags), fd);
         if (beginDispatch(fd)) {
-            dispatch(fd, flags);
+            orNothing([&] { dispatch(fd, flags); });
             endDispatch();
         }
     }
@@ -223,7 +235,7 @@ void EventManager::remApprovedFd(int fd) {
 
 bool EventManager::beginDispatch(int fd) {
     const std::lock_guard lock(mMutex);
-    if (mRemoved.count(fd) != 0) {
+    if (mAllStale || mRemoved.count(fd) != 0) {
         return false;
     }
     mBusyFd = fd;
@@ -241,7 +253,11 @@ bool EventManager::retire(int fd) {
     std::unique_lock lock(mMutex);
     mDispatched.wait(
         lock, [this, fd] { return mBusyFd != fd || mBusyThread == std::this_thread::get_id(); });
-    mRemoved.insert(fd);
+    try {
+        mRemoved.insert(fd);
+    } catch (const std::bad_alloc&) {
+        mAllStale = true;
+    }
     // Under the lock, so that a wait which begins after it reports nothing of this descriptor.
     return epoll_ctl(mEpollFd, EPOLL_CTL_DEL, fd, nullptr) == 0;
 }

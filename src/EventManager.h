@@ -23,7 +23,8 @@ using CloseCallback = void (*)(int fd, void* data);
 
 /// The event loop of the worker thread: one epoll instance, a handler for each descriptor. Owned by
 /// the ClientRequestManager. One thread at a time runs processEvents; every other operation may be
-/// called from any thread, and from callbacks. No lock is held while a callback runs.
+/// called from any thread, and from callbacks. No lock is held while a callback runs. Memory that
+/// runs out in a callback ends that callback, and the loop goes on.
 class EventManager {
 public:
     /// What is registered for one descriptor.
@@ -40,6 +41,7 @@ public:
 
     /// Registers `fd`, which stays its owner's to close, for a mask of epoll events. False when it
     /// is registered already.
+    /// @throws std::bad_alloc when memory runs out, and then nothing is registered
     bool addEventHandler(int fd, EventCallback cb, void* data, CloseCallback closeCb, int events);
 
     /// Unregisters `fd` and calls its close callback. A callback of `fd` that another thread runs
@@ -81,6 +83,8 @@ private:
     // Removed since the current wait began: the events that it reports for them are stale, even
     // when the number has been registered anew.
     std::set<int> mRemoved;
+    // So are all, for want of memory to tell: the next wait reports the others again.
+    bool mAllStale = false;
     // The event being dispatched; -1 between events.
     int mBusyFd = -1;
     std::thread::id mBusyThread;

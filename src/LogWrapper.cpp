@@ -3,6 +3,7 @@
 #include "LogWrapper.h"
 
 #include <cstdio>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -65,12 +66,16 @@ void LogWrapper::vlog(LogLevel level, const char* tag, const char* format, std::
     }
     char buffer[kMessageLimit + 1] = {};
     std::vsnprintf(buffer, kMessageLimit, format, arguments);
-    std::string message = buffer;
-    if (const auto writer = currentWriter()) {
-        writer->write(level, tag, message);
-    }
-    if (isKept(level)) {
-        LocalLogBuffer::getInstance().addLogWithTimestamp(std::move(message));
+    try {
+        std::string message = buffer;
+        if (const auto writer = currentWriter()) {
+            writer->write(level, tag, message);
+        }
+        if (isKept(level)) {
+            LocalLogBuffer::getInstance().addLogWithTimestamp(std::move(message));
+        }
+    } catch (const std::bad_alloc&) {
+        // A line that there is no memory for is lost; what it was to tell goes on.
     }
 }
 

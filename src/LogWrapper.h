@@ -28,7 +28,7 @@ public:
     /// writes to it any more, which is before this returns unless one is at it right now.
     void setLogWriter(std::unique_ptr<LogWriter> writer);
 
-    /// Writes one message, cut to 511 characters.
+    /// Writes one message, cut to 511 characters. Without memory for it the line is lost.
     void log(LogLevel level, const char* tag, const char* format, ...)
         __attribute__((format(printf, 4, 5)));
     void vlog(LogLevel level, const char* tag, const char* format, std::va_list arguments)

@@ -11,6 +11,7 @@
 #include "DiagWriter.h"
 #include "LocalLogBuffer.h"
 #include "LogWrapper.h"
+#include "OutOfMemory.h"
 
 namespace velo {
 
@@ -74,47 +75,61 @@ std::shared_ptr<Response> Manager::submit(const char* operation, const char* fai
 }
 
 std::shared_ptr<IProfileKey> Manager::addProfile(const AddProfileParams& params) {
-    const auto response = submit<AddResponse>("addProfile", "Unable to cast to AddResponse",
-                                              std::make_shared<AddRequest>(params));
-    return response ? response->getAddProfileKey() : nullptr;
+    return orNothing([&] {
+        const auto response = submit<AddResponse>("addProfile", "Unable to cast to AddResponse",
+                                                  std::make_shared<AddRequest>(params));
+        return response ? response->getAddProfileKey() : nullptr;
+    });
 }
 
 bool Manager::modifyProfile(const ModifyProfileParams& params, std::shared_ptr<IProfileKey> key) {
-    const auto response =
-        submit<ModifyResponse>("modifyProfile", "Unable to cast to ModifyResponse",
-                               std::make_shared<ModifyRequest>(params, std::move(key)));
-    return response && response->getStatus() == Status::Success;
+    return orNothing([&] {
+        const auto response =
+            submit<ModifyResponse>("modifyProfile", "Unable to cast to ModifyResponse",
+                                   std::make_shared<ModifyRequest>(params, std::move(key)));
+        return response && response->getStatus() == Status::Success;
+    });
 }
 
 bool Manager::deleteProfile(std::shared_ptr<IProfileKey> key) {
-    const auto response =
-        submit<DeleteResponse>("deleteProfile", "Unable to cast to DeleteResponse",
-                               std::make_shared<DeleteRequest>(std::move(key)));
-    return response && response->getStatus() == Status::Success;
+    return orNothing([&] {
+        const auto response =
+            submit<DeleteResponse>("deleteProfile", "Unable to cast to DeleteResponse",
+                                   std::make_shared<DeleteRequest>(std::move(key)));
+        return response && response->getStatus() == Status::Success;
+    });
 }
 
 std::list<std::shared_ptr<IProfileKey>> Manager::filter(const FilterProfileParams& params) {
-    const auto response = submit<FilterResponse>("filter", "Unable to cast to FilterResponse",
-                                                 std::make_shared<FilterRequest>(params));
-    return response ? response->getFilterResult() : std::list<std::shared_ptr<IProfileKey>>();
+    return orNothing([&] {
+        const auto response = submit<FilterResponse>("filter", "Unable to cast to FilterResponse",
+                                                     std::make_shared<FilterRequest>(params));
+        return response ? response->getFilterResult() : std::list<std::shared_ptr<IProfileKey>>();
+    });
 }
 
 std::optional<ProfileParams> Manager::getProfile(std::shared_ptr<IProfileKey> key) {
-    const auto response = submit<GetResponse>("getProfile", "Error in getProfile",
-                                              std::make_shared<GetRequest>(std::move(key)));
-    return response ? response->getParams() : std::nullopt;
+    return orNothing([&] {
+        const auto response = submit<GetResponse>("getProfile", "Error in getProfile",
+                                                  std::make_shared<GetRequest>(std::move(key)));
+        return response ? response->getParams() : std::nullopt;
+    });
 }
 
 bool Manager::match(const FilterProfileParams& params, std::shared_ptr<IProfileKey> key) {
-    const auto response =
-        submit<MatchResponse>("match", "Unable to cast to MatchResponse",
-                              std::make_shared<MatchRequest>(params, std::move(key)));
-    return response && response->getMatchResult();
+    return orNothing([&] {
+        const auto response =
+            submit<MatchResponse>("match", "Unable to cast to MatchResponse",
+                                  std::make_shared<MatchRequest>(params, std::move(key)));
+        return response && response->getMatchResult();
+    });
 }
 
 void Manager::refresh(PDCRefreshStatus status) {
-    const auto response = submit<RefreshResponse>("refresh", "Unable to cast to RefreshResponse",
-                                                  std::make_shared<RefreshRequest>(status));
+    const auto response = orNothing([&] {
+        return submit<RefreshResponse>("refresh", "Unable to cast to RefreshResponse",
+                                       std::make_shared<RefreshRequest>(status));
+    });
     if (!response) {
         return;
     }
@@ -126,16 +141,18 @@ void Manager::refresh(PDCRefreshStatus status) {
 }
 
 std::vector<std::string> Manager::dump() {
-    std::vector<std::string> lines;
-    if (mClientRequestManager) {
-        lines = mClientRequestManager->dump();
-    }
-    lines.emplace_back();
-    lines.emplace_back("Logs:");
-    for (std::string& line : LocalLogBuffer::getInstance().getLogs()) {
-        lines.push_back(std::move(line));
-    }
-    return lines;
+    return orNothing([this] {
+        std::vector<std::string> lines;
+        if (mClientRequestManager) {
+            lines = mClientRequestManager->dump();
+        }
+        lines.emplace_back();
+        lines.emplace_back("Logs:");
+        for (std::string& line : LocalLogBuffer::getInstance().getLogs()) {
+            lines.push_back(std::move(line));
+        }
+        return lines;
+    });
 }
 
 }  // namespace velo

@@ -12,6 +12,7 @@
 #include "LogWrapper.h"
 #include "Modem3gpp2Profile.h"
 #include "Modem3gppProfile.h"
+#include "OutOfMemory.h"
 #include "ProfileConversions.h"
 
 namespace velo {
@@ -43,13 +44,17 @@ ProfileChangedEvent convertEvent(wds_profile_event_enum_v01 event) {
 }  // namespace
 
 MoxWdsProxy::HandledFd::HandledFd(EventManager& eventManager, EventCallback callback,
-                                  MoxWdsProxy* proxy) {
-    eventManager.addEventHandler(get(), callback, proxy, nullptr, EPOLLIN);
+                                  MoxWdsProxy* proxy)
+    : mEventManager(eventManager) {
+    mEventManager.addEventHandler(get(), callback, proxy, nullptr, EPOLLIN);
+}
+
+MoxWdsProxy::HandledFd::~HandledFd() {
+    mEventManager.removeEventHandler(get());
 }
 
 MoxWdsProxy::MoxWdsProxy(EventManager& eventManager, int instance)
-    : mEventManager(eventManager),
-      mInstance(instance),
+    : mInstance(instance),
       mServiceObject(
           wds_get_service_object_internal_v01(kWdsMajorVersion, kWdsMinorVersion, kWdsToolVersion)),
       mSvcUpFd(eventManager, handleSvcUp, this),
@@ -65,9 +70,6 @@ MoxWdsProxy::~MoxWdsProxy() {
     // The messaging library's threads write to the descriptors until both handles are gone.
     release(mNotifier);
     release(mClient);
-    for (const HandledFd* handled : {&mSvcUpFd, &mErrorFd, &mIndFd}) {
-        mEventManager.removeEventHandler(handled->get());
-    }
 }
 
 void MoxWdsProxy::registerProfileChangedInd(std::function<void(ProfileChangedInd)> callback) {
@@ -206,15 +208,20 @@ void MoxWdsProxy::moxIndCb(mox_client_type client, unsigned int msgId, void* ind
                 static_cast<int>(indBufLen));
         return;
     }
-    auto& proxy = *static_cast<MoxWdsProxy*>(data);
+    // No exception may pass through the messaging library.
+    orNothing([&] { static_cast<MoxWdsProxy*>(data)->queue(client, msgId, indBuf, indBufLen); });
+}
+
+void MoxWdsProxy::queue(mox_client_type client, unsigned int msgId, const void* indBuf,
+                        unsigned int indBufLen) {
     auto entry = std::make_unique<IndInfo_t>();
-    *entry = {client, msgId, std::make_unique<std::uint8_t[]>(indBufLen), indBufLen, &proxy};
+    *entry = {client, msgId, std::make_unique<std::uint8_t[]>(indBufLen), indBufLen, this};
     std::memcpy(entry->buffer.get(), indBuf, indBufLen);
     {
-        const std::lock_guard lock(proxy.mIndMutex);
-        proxy.mIndQueue.push_back(std::move(entry));
+        const std::lock_guard lock(mIndMutex);
+        mIndQueue.push_back(std::move(entry));
     }
-    const ssize_t rv = proxy.mIndFd.signal();
+    const ssize_t rv = mIndFd.signal();
     if (rv < kCounterSize) {
         logLine(LogLevel::Error, "Error in writing rv: %d, error: %s", static_cast<int>(rv),
                 std::strerror(errno));
@@ -246,7 +253,8 @@ void MoxWdsProxy::drainIndications() {
         logLine(LogLevel::Debug, "MoxWdsProxy: handleIndication indQueue.size[%d]",
                 static_cast<int>(size));
         if (size == 0) return;
-        goOn = handleEntry(std::move(entry));
+        // One that there is no memory for is lost, as one that cannot be decoded is.
+        orNothing([&] { goOn = handleEntry(std::move(entry)); });
     }
 }
 
@@ -298,6 +306,8 @@ bool MoxWdsProxy::tracedExchange(unsigned int messageId, const Request& request,
                                  LogLevel level, const char* failed, const char* succeeded) {
     // Not begun is not failed: the log stays silent.
     if (mStopped) return false;
+    // Neither was to be had when the modem went: without a notifier it would never come back.
+    if (mClient == nullptr && mNotifier == nullptr && mServiceObject != nullptr) registerMoxSvcUp();
     if (!exchange(messageId, request, response)) {
         logLine(LogLevel::Error, "Unable send %s message", failed);
         return false;

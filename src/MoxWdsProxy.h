@@ -83,12 +83,19 @@ private:
         MoxWdsProxy* proxy;
     };
 
-    /// An eventfd that has its handler from its making on.
-    struct HandledFd : EventFd {
+    /// An eventfd that has its handler as long as it lives.
+    class HandledFd : public EventFd {
+    public:
         HandledFd(EventManager& eventManager, EventCallback callback, MoxWdsProxy* proxy);
+        ~HandledFd();
+
+    private:
+        EventManager& mEventManager;
     };
 
     void openClient();
+    void queue(mox_client_type client, unsigned int msgId, const void* indBuf,
+               unsigned int indBufLen);
     void drainIndications();
     /// Whether the pass may go on to the next entry.
     bool handleEntry(std::unique_ptr<IndInfo_t> entry);
@@ -111,7 +118,6 @@ private:
     bool appendProfiles(wds_profile_type_enum_v01 type, wds_get_profile_list_resp_msg_v01& response,
                         std::list<std::shared_ptr<ModemProfile>>& profiles);
 
-    EventManager& mEventManager;
     int mInstance;
     mox_service_object_type mServiceObject;
     mox_client_type mClient = nullptr;

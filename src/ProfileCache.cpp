@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "LogWrapper.h"
@@ -69,11 +71,19 @@ std::shared_ptr<ProfileKey> ProfileCache::add(AddProfileParams& params) {
     const TechType tech = params.getTechType();
     const int profileId = profile->getProfileId();
     profile->incRefCount();
-    insert(token, profile);
-    addPending(tech, profileId, ProfileChangedEvent::Create);
-    addPending(tech, profileId, ProfileChangedEvent::Modify);
-    logLine(LogLevel::Event, "Added: %s", profile->dump().c_str());
-    return std::make_shared<ProfileKey>(tech, profileId, token, mPostRequest);
+    try {
+        insert(token, profile);
+        addPending(tech, profileId, ProfileChangedEvent::Create);
+        addPending(tech, profileId, ProfileChangedEvent::Modify);
+        logLine(LogLevel::Event, "Added: %s", profile->dump().c_str());
+        return std::make_shared<ProfileKey>(tech, profileId, token, mPostRequest);
+    } catch (const std::bad_alloc&) {
+        // A profile that nobody holds a key of would stay for ever.
+        const auto entry = mProfiles.find(token);
+        if (entry != mProfiles.end()) eraseEntry(entry);
+        mWdsProxy.remove(tech, profileId);
+        throw;
+    }
 }
 
 bool ProfileCache::modify(ModifyProfileParams& params, std::shared_ptr<ProfileKey> key) {
@@ -132,9 +142,11 @@ std::list<std::shared_ptr<IProfileKey>> ProfileCache::filter(FilterProfileParams
             continue;
         }
         if (!profile->match(params)) continue;
+        // From its making on, a key that goes gives one count back.
+        auto& key = keys.emplace_back();
+        key = std::make_shared<ProfileKey>(profile->getTechType(), profile->getProfileId(), token,
+                                           mPostRequest);
         profile->incRefCount();
-        keys.push_back(std::make_shared<ProfileKey>(profile->getTechType(), profile->getProfileId(),
-                                                    token, mPostRequest));
     }
     return keys;
 }
@@ -256,33 +268,25 @@ void ProfileCache::insert(unsigned long long token, std::shared_ptr<ModemProfile
 }
 
 // In each of the following the images are declared before the lock, so that they end after its
-// release.
+// release. None of them needs memory.
 
-void ProfileCache::eraseEntry(ProfileMap::iterator entry) {
+ProfileCache::ProfileMap::iterator ProfileCache::eraseEntry(ProfileMap::iterator entry) {
     std::shared_ptr<ModemProfile> image;
     const std::lock_guard lock(mMutex);
     image.swap(entry->second);
-    mProfiles.erase(entry);
+    return mProfiles.erase(entry);
 }
 
 void ProfileCache::eraseImages(TechType tech, int profileId) {
-    std::list<std::shared_ptr<ModemProfile>> images;
-    const std::lock_guard lock(mMutex);
     for (auto entry = mProfiles.begin(); entry != mProfiles.end();) {
-        if (isImageOf(entry->second, tech, profileId)) {
-            images.push_back(std::move(entry->second));
-            entry = mProfiles.erase(entry);
-        } else {
-            ++entry;
-        }
+        entry = isImageOf(entry->second, tech, profileId) ? eraseEntry(entry) : std::next(entry);
     }
 }
 
 void ProfileCache::eraseAll() {
-    std::list<std::shared_ptr<ModemProfile>> images;
+    ProfileMap images;
     const std::lock_guard lock(mMutex);
-    for (auto& [token, profile] : mProfiles) images.push_back(std::move(profile));
-    mProfiles.clear();
+    images.swap(mProfiles);
 }
 
 void ProfileCache::rereadImages(TechType tech, int profileId) {

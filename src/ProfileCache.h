@@ -86,7 +86,8 @@ private:
     /// The entry of a token; for an unknown one logs at `level` and returns the end.
     ProfileMap::iterator find(unsigned long long token, LogLevel level = LogLevel::Error);
     void insert(unsigned long long token, std::shared_ptr<ModemProfile> profile);
-    void eraseEntry(ProfileMap::iterator entry);
+    /// The entry after the erased one.
+    ProfileMap::iterator eraseEntry(ProfileMap::iterator entry);
     void eraseImages(TechType tech, int profileId);
     void eraseAll();
     void rereadImages(TechType tech, int profileId);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "LogWrapper.h"
+#include "OutOfMemory.h"
 #include "TextStream.h"
 
 namespace velo {
@@ -15,19 +16,21 @@ ProfileKey::ProfileKey(TechType techType, int profileId, unsigned long long toke
     : mTechType(techType),
       mProfileId(profileId),
       mToken(token),
-      mPostRequest(std::move(postRequest)) {}
+      mPostRequest(std::move(postRequest)) {
+    mRelease->setReleaseToken(mToken);
+}
 
 ProfileKey::~ProfileKey() {
-    const auto request = std::make_shared<CallbackRequest>();
-    request->setReleaseToken(mToken);
-    mPostRequest(request);
+    mPostRequest(mRelease);
     logLine(LogLevel::Debug, "~ProfileKey");
 }
 
 void ProfileKey::registerExpirationListener(std::function<void()> listener) {
-    const auto request = std::make_shared<CallbackRequest>();
-    request->setExpirationInfo(std::move(listener), weak_from_this(), mToken);
-    mPostRequest(request);
+    orNothing([&] {
+        const auto request = std::make_shared<CallbackRequest>();
+        request->setExpirationInfo(std::move(listener), weak_from_this(), mToken);
+        mPostRequest(request);
+    });
 }
 
 std::string ProfileKey::dump() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "ClientRequest.h"
@@ -32,6 +33,8 @@ private:
     int mProfileId;
     unsigned long long mToken;
     PostRequest mPostRequest;
+    // Made with the key, so that its release never wants for memory.
+    std::shared_ptr<CallbackRequest> mRelease = std::make_shared<CallbackRequest>();
 };
 
 }  // namespace velo

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "LogWrapper.h"
+#include "OutOfMemory.h"
 #include "ProfileConversions.h"
 #include "SettingFields.h"
 #include "velo/AddProfileParams.h"
@@ -192,243 +193,270 @@ void Util::setProfileUpdateAllowed(bool allowed) {
 
 std::shared_ptr<IProfileKey> Util::findOrCreateProfileForSetupDataCall(
     TechType techType, const ProfileParams& params) {
-    logLine(LogLevel::Event, "velo findOrCreateProfileForSetupDataCall > %s",
-            params.dump().c_str());
-    FilterProfileParams filter = filterFor(techType);
-    copySettings(params, filter, setting::kApnName);
-    if (techType == TechType::TECH_3GPP2) copySettings(params, filter, setting::kUserName);
-    if (!mProfileUpdateAllowed) copySettings(params, filter, setting::kHomeIPType);
+    return orNothing([&] {
+        logLine(LogLevel::Event, "velo findOrCreateProfileForSetupDataCall > %s",
+                params.dump().c_str());
+        FilterProfileParams filter = filterFor(techType);
+        copySettings(params, filter, setting::kApnName);
+        if (techType == TechType::TECH_3GPP2) copySettings(params, filter, setting::kUserName);
+        if (!mProfileUpdateAllowed) copySettings(params, filter, setting::kHomeIPType);
 
-    Key key = findFirst(mManager, filter);
-    if (!key && !mProfileUpdateAllowed) {
-        filter.addFilterMatchCriteria(kAnyHomeIP);
-        key = findFirst(mManager, filter);
-    }
-    if (key) {
-        logLine(LogLevel::Event, "found existing setupDataCall profile");
-        if (mProfileUpdateAllowed) {
-            logLine(LogLevel::Event, "Modifying profile with input parameters");
-            mManager.modifyProfile(ModifyProfileParams(params), key);
+        Key key = findFirst(mManager, filter);
+        if (!key && !mProfileUpdateAllowed) {
+            filter.addFilterMatchCriteria(kAnyHomeIP);
+            key = findFirst(mManager, filter);
         }
-    } else {
-        key = mManager.addProfile(AddProfileParams(params, false, techType, false));
-        logLine(LogLevel::Event, "setupDataCall profile added");
-    }
-    logLine(LogLevel::Event, "velo findOrCreateProfileForSetupDataCall < %s", textOf(key).c_str());
-    return key;
+        if (key) {
+            logLine(LogLevel::Event, "found existing setupDataCall profile");
+            if (mProfileUpdateAllowed) {
+                logLine(LogLevel::Event, "Modifying profile with input parameters");
+                mManager.modifyProfile(ModifyProfileParams(params), key);
+            }
+        } else {
+            key = mManager.addProfile(AddProfileParams(params, false, techType, false));
+            logLine(LogLevel::Event, "setupDataCall profile added");
+        }
+        logLine(LogLevel::Event, "velo findOrCreateProfileForSetupDataCall < %s",
+                textOf(key).c_str());
+        return key;
+    });
 }
 
 std::shared_ptr<IProfileKey> Util::findOrCreateProfileForEmergencyDataCall(
     const ProfileParams& params) {
-    logLine(LogLevel::Event, "velo findOrCreateProfileForEmergencyDataCall > %s",
-            params.dump().c_str());
-    FilterProfileParams filter = filterFor(TechType::TECH_3GPP);
-    filter.setIsEmergencySupported(true);
-    Key key;
-    if (params.hasApnName()) {
-        FilterProfileParams byName = filter;
-        copySettings(params, byName, setting::kApnName);
-        key = findFirst(mManager, byName);
-        if (key) logLine(LogLevel::Event, "found an emergency profile by name");
-    }
-    if (!key) {
-        key = findFirst(mManager, filter);
-        if (key) logLine(LogLevel::Event, "found a profile that supports emergency calls");
-    }
-    if (!key) {
-        AddProfileParams wanted(params, true, TechType::TECH_3GPP, false);
-        wanted.setIsEmergencySupported(true);
-        wanted.setApnTypesMask(static_cast<unsigned int>(ApnTypes::EMERGENCY));
-        key = mManager.addProfile(wanted);
-        logLine(LogLevel::Event, "emergency profile created");
-    }
-    logLine(LogLevel::Event, "velo findOrCreateProfileForEmergencyDataCall < %s",
-            textOf(key).c_str());
-    return key;
+    return orNothing([&] {
+        logLine(LogLevel::Event, "velo findOrCreateProfileForEmergencyDataCall > %s",
+                params.dump().c_str());
+        FilterProfileParams filter = filterFor(TechType::TECH_3GPP);
+        filter.setIsEmergencySupported(true);
+        Key key;
+        if (params.hasApnName()) {
+            FilterProfileParams byName = filter;
+            copySettings(params, byName, setting::kApnName);
+            key = findFirst(mManager, byName);
+            if (key) logLine(LogLevel::Event, "found an emergency profile by name");
+        }
+        if (!key) {
+            key = findFirst(mManager, filter);
+            if (key) logLine(LogLevel::Event, "found a profile that supports emergency calls");
+        }
+        if (!key) {
+            AddProfileParams wanted(params, true, TechType::TECH_3GPP, false);
+            wanted.setIsEmergencySupported(true);
+            wanted.setApnTypesMask(static_cast<unsigned int>(ApnTypes::EMERGENCY));
+            key = mManager.addProfile(wanted);
+            logLine(LogLevel::Event, "emergency profile created");
+        }
+        logLine(LogLevel::Event, "velo findOrCreateProfileForEmergencyDataCall < %s",
+                textOf(key).c_str());
+        return key;
+    });
 }
 
 std::shared_ptr<IProfileKey> Util::findOrCreateProfileForLteAttach(const ProfileParams& params) {
-    logLine(LogLevel::Event, "velo findOrCreateProfileForLteAttach > %s", params.dump().c_str());
-    ModifyProfileParams update;
-    copySettings(params, update, setting::kUserName, setting::kPassword, setting::kAuthType,
-                 setting::kApnTypesMask, setting::kMaxPdnsConnPerBlock, setting::kMaxPdnConnTimer,
-                 setting::kPdnReqWaitInterval);
+    return orNothing([&] {
+        logLine(LogLevel::Event, "velo findOrCreateProfileForLteAttach > %s",
+                params.dump().c_str());
+        ModifyProfileParams update;
+        copySettings(params, update, setting::kUserName, setting::kPassword, setting::kAuthType,
+                     setting::kApnTypesMask, setting::kMaxPdnsConnPerBlock,
+                     setting::kMaxPdnConnTimer, setting::kPdnReqWaitInterval);
 
-    Key key = findExactAttachProfile(mManager, params);
-    if (!key) {
-        if (mProfileUpdateAllowed) {
-            copySettings(params, update, setting::kHomeIPType, setting::kRoamIPType);
+        Key key = findExactAttachProfile(mManager, params);
+        if (!key) {
+            if (mProfileUpdateAllowed) {
+                copySettings(params, update, setting::kHomeIPType, setting::kRoamIPType);
+            }
+            AttachCandidate loose =
+                findLooseAttachProfile(mManager, looseAttachFilter(params, mProfileUpdateAllowed));
+            key = std::move(loose.key);
+            if (!loose.isFit) {
+                copySettings(params, update, setting::kHomeIPType, setting::kRoamIPType);
+                if (Key iaKey = findIAProfile(mManager, params, update)) key = std::move(iaKey);
+            }
         }
-        AttachCandidate loose =
-            findLooseAttachProfile(mManager, looseAttachFilter(params, mProfileUpdateAllowed));
-        key = std::move(loose.key);
-        if (!loose.isFit) {
-            copySettings(params, update, setting::kHomeIPType, setting::kRoamIPType);
-            if (Key iaKey = findIAProfile(mManager, params, update)) key = std::move(iaKey);
+        if (key) {
+            mManager.modifyProfile(update, key);
+            logLine(LogLevel::Event, "velo Modifying profile identified for IA");
+        } else {
+            key = mManager.addProfile(AddProfileParams(params, true, TechType::TECH_3GPP, true));
+            logLine(LogLevel::Event, "velo VELO IA profile created for attach");
         }
-    }
-    if (key) {
-        mManager.modifyProfile(update, key);
-        logLine(LogLevel::Event, "velo Modifying profile identified for IA");
-    } else {
-        key = mManager.addProfile(AddProfileParams(params, true, TechType::TECH_3GPP, true));
-        logLine(LogLevel::Event, "velo VELO IA profile created for attach");
-    }
-    logLine(LogLevel::Event, "velo findOrCreateProfileForLteAttach < %s", textOf(key).c_str());
-    return key;
+        logLine(LogLevel::Event, "velo findOrCreateProfileForLteAttach < %s", textOf(key).c_str());
+        return key;
+    });
 }
 
 bool Util::matchLteAttachProfileId(int profileId, const ProfileParams& params) {
-    const std::string request =
-        "Profile id = " + std::to_string(profileId) + " Input Params = " + params.dump();
-    logLine(LogLevel::Event, "velo matchLteAttachProfileId > %s", request.c_str());
-    FilterProfileParams byId = filterFor(TechType::TECH_3GPP);
-    byId.setFilterByProfileId(profileId);
-    const Key key = findFirst(mManager, byId);
-    const std::optional<ProfileParams> contents = key ? mManager.getProfile(key) : std::nullopt;
-    if (contents) {
-        if (!isFitForAttach(*contents)) {
-            logLine(LogLevel::Error,
+    return orNothing([&] {
+        const std::string request =
+            "Profile id = " + std::to_string(profileId) + " Input Params = " + params.dump();
+        logLine(LogLevel::Event, "velo matchLteAttachProfileId > %s", request.c_str());
+        FilterProfileParams byId = filterFor(TechType::TECH_3GPP);
+        byId.setFilterByProfileId(profileId);
+        const Key key = findFirst(mManager, byId);
+        const std::optional<ProfileParams> contents = key ? mManager.getProfile(key) : std::nullopt;
+        if (contents) {
+            if (!isFitForAttach(*contents)) {
+                logLine(
+                    LogLevel::Error,
                     "Profile id %d is a VELO profile which is not an IA profile, cannot be used "
                     "for attach",
                     profileId);
-            return false;
+                return false;
+            }
+            FilterProfileParams filter;
+            copySettings(params, filter, setting::kApnName, setting::kHomeIPType,
+                         setting::kRoamIPType, setting::kUserName, setting::kPassword,
+                         setting::kAuthType);
+            if (!mProfileUpdateAllowed && !contents->getIsVeloProfile()) {
+                filter.addFilterMatchCriteria(kAnyHomeIP | kAnyRoamIP);
+            }
+            if (mManager.match(filter, key)) {
+                logLine(LogLevel::Event, "velo matchLteAttachList < %d", profileId);
+                return true;
+            }
         }
-        FilterProfileParams filter;
-        copySettings(params, filter, setting::kApnName, setting::kHomeIPType, setting::kRoamIPType,
-                     setting::kUserName, setting::kPassword, setting::kAuthType);
-        if (!mProfileUpdateAllowed && !contents->getIsVeloProfile()) {
-            filter.addFilterMatchCriteria(kAnyHomeIP | kAnyRoamIP);
-        }
-        if (mManager.match(filter, key)) {
-            logLine(LogLevel::Event, "velo matchLteAttachList < %d", profileId);
-            return true;
-        }
-    }
-    logLine(LogLevel::Event, "velo matchLteAttachProfileId < did not match input params");
-    return false;
+        logLine(LogLevel::Event, "velo matchLteAttachProfileId < did not match input params");
+        return false;
+    });
 }
 
 void Util::updateModemProfileByApnClass(const std::list<ProfileParams>& params3gpp,
                                         const std::list<ProfileParams>& params3gpp2) {
-    logLine(LogLevel::Event, "velo updateModemProfileByApnClass > ");
-    logLine(LogLevel::Event, "  3gpp:");
-    logRecords(params3gpp);
-    logLine(LogLevel::Event, "  3gpp2:");
-    logRecords(params3gpp2);
-    for (const ProfileParams& record : params3gpp) {
-        logLine(LogLevel::Debug, "velo update 3gpp modem profile by APN class for %s",
-                record.dump().c_str());
-        updateModemProfileByApnClassAndTechType(record, TechType::TECH_3GPP);
-    }
-    for (const ProfileParams& record : params3gpp2) {
-        logLine(LogLevel::Debug, "velo update 3gpp2 modem profile by APN class for %s",
-                record.dump().c_str());
-        updateModemProfileByApnClassAndTechType(record, TechType::TECH_3GPP2);
-    }
-    logLine(LogLevel::Event, "velo updateModemProfileByApnClass < OK");
+    orNothing([&] {
+        logLine(LogLevel::Event, "velo updateModemProfileByApnClass > ");
+        logLine(LogLevel::Event, "  3gpp:");
+        logRecords(params3gpp);
+        logLine(LogLevel::Event, "  3gpp2:");
+        logRecords(params3gpp2);
+        for (const ProfileParams& record : params3gpp) {
+            logLine(LogLevel::Debug, "velo update 3gpp modem profile by APN class for %s",
+                    record.dump().c_str());
+            updateModemProfileByApnClassAndTechType(record, TechType::TECH_3GPP);
+        }
+        for (const ProfileParams& record : params3gpp2) {
+            logLine(LogLevel::Debug, "velo update 3gpp2 modem profile by APN class for %s",
+                    record.dump().c_str());
+            updateModemProfileByApnClassAndTechType(record, TechType::TECH_3GPP2);
+        }
+        logLine(LogLevel::Event, "velo updateModemProfileByApnClass < OK");
+    });
 }
 
 void Util::updateModemProfileByApnClassAndTechType(const ProfileParams& params, TechType techType) {
-    if (!params.hasApnClass()) {
-        logLine(LogLevel::Debug, "velo either tech type or apn class is missing");
-        return;
-    }
-    FilterProfileParams filter = filterFor(techType);
-    copySettings(params, filter, setting::kApnClass);
-    const std::list<Key> keys = mManager.filter(filter);
-    if (keys.empty()) {
-        logLine(LogLevel::Debug,
+    orNothing([&] {
+        if (!params.hasApnClass()) {
+            logLine(LogLevel::Debug, "velo either tech type or apn class is missing");
+            return;
+        }
+        FilterProfileParams filter = filterFor(techType);
+        copySettings(params, filter, setting::kApnClass);
+        const std::list<Key> keys = mManager.filter(filter);
+        if (keys.empty()) {
+            logLine(
+                LogLevel::Debug,
                 "Did not find a match for APN class and tech type, create a persistent profile");
-        if (!mManager.addProfile(AddProfileParams(params, true, techType, false))) {
-            logLine(LogLevel::Error, "Could not add profile by APN class");
+            if (!mManager.addProfile(AddProfileParams(params, true, techType, false))) {
+                logLine(LogLevel::Error, "Could not add profile by APN class");
+            }
+            return;
         }
-        return;
-    }
-    logLine(LogLevel::Debug, "Found a match for APN class and tech type, modify the profile");
-    const ModifyProfileParams update(params);
-    for (const Key& key : keys) {
-        if (!mManager.modifyProfile(update, key)) {
-            logLine(LogLevel::Error, "Error while modifying profile by APN class");
+        logLine(LogLevel::Debug, "Found a match for APN class and tech type, modify the profile");
+        const ModifyProfileParams update(params);
+        for (const Key& key : keys) {
+            if (!mManager.modifyProfile(update, key)) {
+                logLine(LogLevel::Error, "Error while modifying profile by APN class");
+            }
         }
-    }
+    });
 }
 
 void Util::updateAPNTypeBitmaskOnModemProfile(const std::list<ProfileParams>& records) {
-    logLine(LogLevel::Event, "velo updateAPNTypeBitmaskOnModemProfile > ");
-    logRecords(records);
-    std::list<ProfileParams> completed = records;
-    std::unordered_set<std::string> apnNames;
-    for (ProfileParams& record : completed) {
-        completeRecord(record);
-        if (record.hasApnName()) apnNames.insert(record.getApnName());
-    }
-    for (const std::string& apnName : apnNames) {
-        const FamilyMasks masks = collectMasks(completed, apnName);
-        logLine(LogLevel::Debug,
-                "velo processing APN name %s, V4 mask:0x%x, v6 mask0x%x:, v4v6 mask:0x%x",
-                apnName.c_str(), masks.v4, masks.v6, masks.v4v6);
-        if (mProfileUpdateAllowed) {
-            handleCombinedProfileUpdate(masks.v4 | masks.v6 | masks.v4v6, apnName);
-            continue;
+    orNothing([&] {
+        logLine(LogLevel::Event, "velo updateAPNTypeBitmaskOnModemProfile > ");
+        logRecords(records);
+        std::list<ProfileParams> completed = records;
+        std::unordered_set<std::string> apnNames;
+        for (ProfileParams& record : completed) {
+            completeRecord(record);
+            if (record.hasApnName()) apnNames.insert(record.getApnName());
         }
-        for (const TechType techType : {TechType::TECH_3GPP, TechType::TECH_3GPP2}) {
-            handleProfileUpdateByTechType(techType, masks.v4, masks.v6, masks.v4v6, apnName);
+        for (const std::string& apnName : apnNames) {
+            const FamilyMasks masks = collectMasks(completed, apnName);
+            logLine(LogLevel::Debug,
+                    "velo processing APN name %s, V4 mask:0x%x, v6 mask0x%x:, v4v6 mask:0x%x",
+                    apnName.c_str(), masks.v4, masks.v6, masks.v4v6);
+            if (mProfileUpdateAllowed) {
+                handleCombinedProfileUpdate(masks.v4 | masks.v6 | masks.v4v6, apnName);
+                continue;
+            }
+            for (const TechType techType : {TechType::TECH_3GPP, TechType::TECH_3GPP2}) {
+                handleProfileUpdateByTechType(techType, masks.v4, masks.v6, masks.v4v6, apnName);
+            }
         }
-    }
-    logLine(LogLevel::Event, "velo updateAPNTypeBitmaskOnModemProfile < OK");
+        logLine(LogLevel::Event, "velo updateAPNTypeBitmaskOnModemProfile < OK");
+    });
 }
 
 void Util::handleCombinedProfileUpdate(unsigned int mask, std::string apnName) {
-    FilterProfileParams filter;
-    filter.setApnName(std::move(apnName));
-    const ModifyProfileParams update = maskUpdate(mask);
-    for (const Key& key : mManager.filter(filter)) {
-        logLine(LogLevel::Debug,
-                "velo updating profile id:%d, tech type:%d, with combined mask0x%x:",
-                key->getProfileId(), static_cast<int>(key->getTechType()), mask);
-        mManager.modifyProfile(update, key);
-    }
+    orNothing([&] {
+        FilterProfileParams filter;
+        filter.setApnName(std::move(apnName));
+        const ModifyProfileParams update = maskUpdate(mask);
+        for (const Key& key : mManager.filter(filter)) {
+            logLine(LogLevel::Debug,
+                    "velo updating profile id:%d, tech type:%d, with combined mask0x%x:",
+                    key->getProfileId(), static_cast<int>(key->getTechType()), mask);
+            mManager.modifyProfile(update, key);
+        }
+    });
 }
 
 void Util::handleProfileUpdateByTechType(TechType techType, unsigned int v4Mask,
                                          unsigned int v6Mask, unsigned int v4v6Mask,
                                          std::string apnName) {
-    unsigned int leftover = v4v6Mask;
-    if (v4Mask != 0 && !updateByIpType(techType, IPType::V4, v4Mask, apnName)) leftover |= v4Mask;
+    orNothing([&] {
+        unsigned int leftover = v4v6Mask;
+        if (v4Mask != 0 && !updateByIpType(techType, IPType::V4, v4Mask, apnName))
+            leftover |= v4Mask;
 
-    const unsigned int leftoverPlusV6 = leftover | v6Mask;
-    const bool isV6Served = v6Mask == 0 || updateByIpType(techType, IPType::V6, v6Mask, apnName);
-    const unsigned int dualStackMask = isV6Served ? leftover : leftoverPlusV6;
-    if (dualStackMask == 0) return;
-    if (updateByIpType(techType, IPType::V4V6, dualStackMask, apnName)) return;
+        const unsigned int leftoverPlusV6 = leftover | v6Mask;
+        const bool isV6Served =
+            v6Mask == 0 || updateByIpType(techType, IPType::V6, v6Mask, apnName);
+        const unsigned int dualStackMask = isV6Served ? leftover : leftoverPlusV6;
+        if (dualStackMask == 0) return;
+        if (updateByIpType(techType, IPType::V4V6, dualStackMask, apnName)) return;
 
-    // The two families are not treated alike on purpose: the types of a V6 profile that was found
-    // stay out of the V4 profile's mask, while those of a V4 profile reach the V6 one only as
-    // leftovers.
-    updateByIpType(techType, IPType::V4, dualStackMask | v4Mask, apnName);
-    updateByIpType(techType, IPType::V6, leftoverPlusV6, apnName);
+        // The two families are not treated alike on purpose: the types of a V6 profile that was
+        // found stay out of the V4 profile's mask, while those of a V4 profile reach the V6 one
+        // only as leftovers.
+        updateByIpType(techType, IPType::V4, dualStackMask | v4Mask, apnName);
+        updateByIpType(techType, IPType::V6, leftoverPlusV6, apnName);
+    });
 }
 
 bool Util::updateByIpType(TechType techType, IPType ipType, unsigned int mask,
                           std::string apnName) {
-    FilterProfileParams filter = filterFor(techType);
-    filter.setApnName(std::move(apnName));
-    filter.setHomeIPType(ipType);
-    const std::list<Key> keys = mManager.filter(filter);
-    if (keys.empty()) {
-        logLine(LogLevel::Debug, "velo no match found for apn name:%s, ip type:%d, tech type:%d",
+    return orNothing([&] {
+        FilterProfileParams filter = filterFor(techType);
+        filter.setApnName(std::move(apnName));
+        filter.setHomeIPType(ipType);
+        const std::list<Key> keys = mManager.filter(filter);
+        if (keys.empty()) {
+            logLine(
+                LogLevel::Debug, "velo no match found for apn name:%s, ip type:%d, tech type:%d",
                 filter.getApnName().c_str(), static_cast<int>(ipType), static_cast<int>(techType));
-        return false;
-    }
-    const ModifyProfileParams update = maskUpdate(mask);
-    for (const Key& key : keys) {
-        logLine(LogLevel::Debug,
-                "velo updating profile id:%d, tech type:%d, with mask0x%x:", key->getProfileId(),
-                static_cast<int>(key->getTechType()), mask);
-        mManager.modifyProfile(update, key);
-    }
-    return true;
+            return false;
+        }
+        const ModifyProfileParams update = maskUpdate(mask);
+        for (const Key& key : keys) {
+            logLine(LogLevel::Debug, "velo updating profile id:%d, tech type:%d, with mask0x%x:",
+                    key->getProfileId(), static_cast<int>(key->getTechType()), mask);
+            mManager.modifyProfile(update, key);
+        }
+        return true;
+    });
 }
 
 }  // namespace velo

@@ -4,14 +4,21 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
 #include <filesystem>
+#include <limits>
 #include <list>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -156,6 +163,50 @@ TEST_F(ManagerTest, CallerThatWaitsIsWokenByDestruction) {
     caller.join();
 }
 
+TEST_F(ManagerTest, DumpWhileTheWorkerWorks) {
+    std::atomic<bool> stop{false};
+    std::thread dumper([&] {
+        while (!stop) {
+            const auto lines = manager().dump();
+            const auto pending = std::find(lines.begin(), lines.end(), "Pending:");
+            const auto logs = std::find(lines.begin(), lines.end(), "Logs:");
+            ASSERT_TRUE(pending < logs && logs != lines.end());
+            EXPECT_EQ("Cache:", lines.front());
+            EXPECT_TRUE(std::all_of(lines.begin() + 1, pending, [](const std::string& line) {
+                return line == "  " + std::to_string(std::stoull(line)) + ": null" ||
+                       (line.find(": TechType=3GPP") != std::string::npos && line.back() == ',');
+            }));
+        }
+    });
+    for (int round = 0; round < 20; ++round) {
+        const auto index = modem().addProfile(0, test::stored(WDS_PROFILE_TYPE_3GPP, 0, "other"));
+        const auto key = add("short");
+        ModifyProfileParams longer(test::byApn(std::string(100, 'x')));
+        EXPECT_TRUE(manager().modifyProfile(longer, key));
+        modem().deleteProfile(0, {WDS_PROFILE_TYPE_3GPP, index.value_or(0)});
+        if (round % 5 == 0) manager().refresh(PDCRefreshStatus::REFRESH_COMPLETED);
+    }
+    stop = true;
+    dumper.join();
+}
+
+TEST_F(ManagerTest, DumpDoesNotWaitForAnExchange) {
+    std::atomic<bool> asked{false};
+    std::atomic<bool> dumped{false};
+    modem().setGate([&](const mox::Frame&) {
+        asked = true;
+        return test::waitUntil([&] { return dumped.load(); });
+    });
+    std::shared_ptr<IProfileKey> key;
+    std::thread caller([&] { key = add("slow"); });
+    EXPECT_TRUE(test::waitUntil([&] { return asked.load(); }));
+    EXPECT_EQ("Cache:", manager().dump().front());
+    dumped = true;
+    caller.join();
+    EXPECT_TRUE(key) << "the exchange was over before the dump";
+    modem().setGate(nullptr);
+}
+
 TEST_F(ManagerTest, ReleaseOnTheWorkerIsCarriedOutLater) {
     test::LogRecorder log;
     for (const bool inCall : {true, false}) {
@@ -227,6 +278,84 @@ TEST_F(ManagerTest, ClosedStandardOutputIsNoHindrance) {
         exit(add("silent") ? 0 : 1);
     };
     EXPECT_EXIT(useWithoutOutput(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ManagerTest, EmptyListenerEndsTheProcess) {
+    const auto key = add("watched");
+    key->registerExpirationListener(nullptr);
+    EXPECT_EXIT(manager().deleteProfile(key), ::testing::KilledBySignal(SIGABRT), "");
+}
+
+/// Asks for more stack than there is, so that no thread can start while it lives.
+class NoThreads {
+public:
+    NoThreads() {
+        pthread_getattr_default_np(&mBefore);
+        pthread_attr_t greedy;
+        pthread_attr_init(&greedy);
+        pthread_attr_setstacksize(&greedy, std::numeric_limits<std::size_t>::max() / 2 + 1);
+        pthread_setattr_default_np(&greedy);
+        pthread_attr_destroy(&greedy);
+    }
+    ~NoThreads() {
+        pthread_setattr_default_np(&mBefore);
+        pthread_attr_destroy(&mBefore);
+    }
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+
+private:
+    pthread_attr_t mBefore{};
+};
+
+TEST_F(ManagerTest, InitWithoutAThreadFailsAndChangesNothing) {
+    const auto key = add("before");
+    std::error_code error;
+    try {
+        const NoThreads limited;
+        manager().init(1, false);
+    } catch (const std::system_error& failure) {
+        error = failure.code();
+    }
+    EXPECT_EQ(std::errc::resource_unavailable_try_again, error);
+    EXPECT_TRUE(inHistory("mox_client_notifier_init error. ErrCode : "));
+    EXPECT_EQ("before", manager().getProfile(key)->getApnName());
+    connect();
+    EXPECT_TRUE(add("after"));
+}
+
+class StderrWriter : public LogWriter {
+public:
+    void write(LogLevel level, std::string, std::string message) override {
+        if (level == LogLevel::Error) std::fprintf(stderr, "%s\n", message.c_str());
+    }
+    int convertPrio(LogLevel level) override { return static_cast<int>(level); }
+};
+
+/// Builds a manager with so many descriptors left in the process.
+void buildWithDescriptors(int left) {
+    LogWrapper::getInstance().setLogWriter(std::make_unique<StderrWriter>());
+    std::list<int> taken{dup(STDERR_FILENO)};
+    const int lowest = taken.front();
+    while (static_cast<int>(taken.size()) <= left) taken.push_back(dup(STDERR_FILENO));
+    const int end = left == 0 ? lowest : taken.back();
+    for (const int fd : taken) close(fd);
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = static_cast<rlim_t>(end);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    const ClientRequestManager manager(0);
+}
+
+TEST(ManagerDeathTest, WithoutDescriptorsTheProcessEndsWithItsReason) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const ::testing::KilledBySignal aborted(SIGABRT);
+    EXPECT_EXIT(buildWithDescriptors(0), aborted, "Cannot create epoll instance");
+    EXPECT_EXIT(buildWithDescriptors(1), aborted, "Cannot create eventfd instance");
+    EXPECT_EXIT(buildWithDescriptors(4), aborted, "Cannot create eventfd instance");
+    // The notifier can do without, the worker cannot.
+    EXPECT_EXIT(buildWithDescriptors(5), aborted,
+                "notifier_init error. ErrCode : .*\nCannot create eventfd instance");
 }
 
 /// Puts something that cannot be written in the place of every event descriptor of the process.

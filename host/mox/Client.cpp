@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <utility>
 
 #include "host/mox/Codec.h"
@@ -29,6 +30,8 @@ Client::Client(Descriptor socket, mox_client_type self, const mox_service_defini
       mService(service),
       mIndCallback(callback),
       mIndData(data) {
+    // The loss of the connection is told without memory: by the reader, or the registering thread.
+    mInCallback.reserve(2);
     // The reader waits in recv; senders ask for each send not to wait.
     ::fcntl(mSocket.get(), F_SETFL, 0);
 }
@@ -142,24 +145,29 @@ void Client::release() {
 }
 
 void Client::readLoop() {
-    std::vector<std::uint8_t> buffer;
+    try {
+        std::vector<std::uint8_t> buffer;
+        while (handleFrame(buffer)) {
+        }
+    } catch (const std::bad_alloc&) {
+        // Whoever waits for what was not read must not wait for ever, and nobody would notice that
+        // an indication is missing: the connection is given up.
+        ::shutdown(mSocket.get(), SHUT_RDWR);
+    }
+    onLost();
+}
+
+bool Client::handleFrame(std::vector<std::uint8_t>& buffer) {
     Frame frame;
-    for (;;) {
-        switch (receiveFrame(mSocket.get(), buffer, frame)) {
-            case Received::Lost:
-                return onLost();
-            case Received::Whole:
-                if (frame.kind == MOX_MESSAGE_RESPONSE) {
-                    onResponse(std::move(frame));
-                } else if (frame.kind == MOX_MESSAGE_INDICATION) {
-                    onIndication(frame);
-                }
-                break;
-            case Received::Damaged:
-            case Received::Nothing:
-                break;
+    const Received received = receiveFrame(mSocket.get(), buffer, frame);
+    if (received == Received::Whole) {
+        if (frame.kind == MOX_MESSAGE_RESPONSE) {
+            onResponse(std::move(frame));
+        } else if (frame.kind == MOX_MESSAGE_INDICATION) {
+            onIndication(frame);
         }
     }
+    return received != Received::Lost;
 }
 
 void Client::onResponse(Frame frame) {

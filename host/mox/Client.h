@@ -54,6 +54,8 @@ private:
     int exchange(Frame request, Exchange& exchange, Clock::time_point deadline);
     int sendBefore(const Frame& frame, Clock::time_point deadline) const;
     void readLoop();
+    /// Reads one frame and passes it on; false at the end of the connection.
+    bool handleFrame(std::vector<std::uint8_t>& buffer);
     void onResponse(Frame frame);
     void onIndication(Frame& frame);
     void onLost();

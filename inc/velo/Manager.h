@@ -29,10 +29,11 @@ class ClientResponse;
 /// carried it out, which takes up to a second for each exchange with a modem that does not answer.
 /// No call may be in progress, or begin, while the process exits.
 ///
-/// Nothing is reported by exception, but a thread that cannot be started in init(). Operations fail
-/// with an empty key, false, an empty list or an empty optional, and log lines that say why; all
-/// but dump() fail before the first init(), and all but dump() and refresh() while a refresh of the
-/// configuration is in progress.
+/// Nothing is reported by exception, but a thread or memory that init() cannot have. Operations
+/// fail with an empty key, false, an empty list or an empty optional, and log lines that say why;
+/// all but dump() fail before the first init(), and all but dump() and refresh() while a refresh of
+/// the configuration is in progress. One that fails because memory ran out may have changed the
+/// modem all the same, as after a time-out.
 class VELO_EXPORT Manager {
 public:
     /// The one instance; made at the first call, destroyed when the process exits. Any thread.
@@ -50,7 +51,8 @@ public:
     /// not overlap any other operation, dump() included.
     /// @param instance the modem's subscription, 0 for the first SIM
     /// @param useAdb true to log to the Android log, false to log to the diagnostic service
-    /// @throws std::system_error when the worker thread cannot be started
+    /// @throws std::system_error when the worker thread cannot be started, std::bad_alloc when
+    /// memory runs out: the library then works as before
     void init(int instance, bool useAdb);
 
     /// Creates a profile in the modem, which chooses its index. Nothing keeps two profiles from
@@ -91,7 +93,8 @@ public:
 
     /// The cache and the changes awaiting their echo, an empty line, "Logs:" and up to 201 log
     /// lines of levels Error and Event, oldest first. Passwords are shown in clear. No call in the
-    /// sense above: may run on any thread at the same time as calls, but for init().
+    /// sense above: may run on any thread at the same time as calls, but for init(), and does not
+    /// wait for an exchange with the modem.
     std::vector<std::string> dump();
 
 private:

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Memory that runs out at any allocation. The operators of this file serve the whole test binary.
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <new>
+
+#include "CacheView.h"
+#include "Support.h"
+#include "velo/Util.h"
+
+namespace velo::test {
+namespace {
+
+/// The next allocation fails when it is 0; all further ones, too, when the shortage lasts.
+std::atomic<long> allocationsLeft{-1};
+std::atomic<bool> shortageLasts{false};
+std::atomic<bool> failedOne{false};
+thread_local bool hasMemory = false;
+
+bool isOutOfMemory() {
+    if (hasMemory || allocationsLeft < 0) return false;
+    const long left = allocationsLeft.fetch_sub(1);
+    if (left > 0) return false;
+    if (left == 0 && shortageLasts) allocationsLeft = 0;
+    if (left == 0) failedOne = true;
+    return left == 0;
+}
+
+void* allocate(std::size_t size) noexcept {
+    return isOutOfMemory() ? nullptr : std::malloc(size > 0 ? size : 1);
+}
+
+void* allocateOrThrow(std::size_t size) {
+    if (void* const memory = allocate(size)) return memory;
+    throw std::bad_alloc();
+}
+
+}  // namespace
+}  // namespace velo::test
+
+void* operator new(std::size_t size) {
+    return velo::test::allocateOrThrow(size);
+}
+void* operator new[](std::size_t size) {
+    return velo::test::allocateOrThrow(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return velo::test::allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return velo::test::allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace velo::test {
+namespace {
+
+/// Every allocation fails once; every so-manieth where that would take minutes.
+#ifndef __has_feature
+#define __has_feature(feature) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
+    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr long kStep = 7;
+#else
+constexpr long kStep = 1;
+#endif
+
+/// Gives the test's own work what the library cannot have.
+class OwnMemory {
+public:
+    OwnMemory() { hasMemory = true; }
+    ~OwnMemory() { hasMemory = false; }
+};
+
+std::size_t openDescriptors() {
+    const std::filesystem::directory_iterator open("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(open), end(open)));
+}
+
+class OutOfMemoryTest : public LibraryTest {
+protected:
+    OutOfMemoryTest() : LibraryTest(threeProfiles()) {
+        // The modem and the library share the process, not the shortage.
+        modem().setGate([](const mox::Frame&) { return hasMemory = true; });
+        connect();
+    }
+
+    /// Does `work` with one of its allocations failing, and again with a later one, until there is
+    /// none. Returns how many there were.
+    long withEachFailure(long step, const std::function<void()>& work,
+                         const std::function<void()>& check) const {
+        for (long n = 0;; n += step) {
+            SCOPED_TRACE("allocation " + std::to_string(n));
+            failedOne = false;
+            allocationsLeft = n;
+            work();
+            allocationsLeft = -1;
+            check();
+            if (!failedOne || HasFatalFailure() || HasNonfatalFailure()) return n;
+        }
+    }
+
+    /// Everything that a client does, and what the modem tells meanwhile.
+    void useEverything() {
+        auto key = addParams(*mAdd);
+        manager().modifyProfile(*mModify, key);
+        manager().getProfile(key);
+        manager().match(*mFilter, key);
+        if (key) key->registerExpirationListener([] {});
+        {
+            const OwnMemory own;
+            const auto index = modem().addProfile(0, *mForeign);
+            modem().deleteProfile(0, {WDS_PROFILE_TYPE_3GPP, index.value_or(0)});
+        }
+        { const auto all = manager().filter(FilterProfileParams()); }
+        manager().dump();
+        mUtil.findOrCreateProfileForSetupDataCall(TechType::TECH_3GPP, *mAdd);
+        mUtil.updateAPNTypeBitmaskOnModemProfile(*mRecords);
+        manager().deleteProfile(addParams(*mAdd));
+        manager().refresh(PDCRefreshStatus::REFRESH_STARTED);
+        manager().refresh(PDCRefreshStatus::REFRESH_COMPLETED);
+    }
+
+    std::shared_ptr<IProfileKey> addParams(const AddProfileParams& params) {
+        return manager().addProfile(params);
+    }
+
+    /// The library works, and agrees with a modem that has been tidied up.
+    void expectSound() {
+        const auto factory = threeProfiles().factoryProfiles;
+        for (const auto& profile : modem().profiles(0)) {
+            const bool isFactory =
+                std::any_of(factory->begin(), factory->end(), [&](const auto& kept) {
+                    return bytesOf(kept.settings) == bytesOf(profile.settings);
+                });
+            if (!isFactory) modem().deleteProfile(0, profile.id);
+        }
+        ASSERT_TRUE(waitUntil([this] {
+            manager().refresh(PDCRefreshStatus::REFRESH_COMPLETED);
+            return cachedImages().size() == 3;
+        }));
+        settle();
+        EXPECT_THAT(cachedImages(), ::testing::Not(::testing::Contains("null")));
+        const auto key = add("sound");
+        ASSERT_TRUE(key);
+        EXPECT_EQ("sound", manager().getProfile(key)->getApnName());
+    }
+
+    static AddProfileParams addition() {
+        AddProfileParams params(false, TechType::TECH_3GPP, false);
+        params.setApnName("a-name-that-is-longer-than-any-string-without-memory");
+        params.setHomeIPType(IPType::V4);
+        return params;
+    }
+
+    static std::list<ProfileParams> records() {
+        ProfileParams record = addition();
+        record.setApnTypesMask(1);
+        return {record};
+    }
+
+    const std::unique_ptr<AddProfileParams> mAdd = std::make_unique<AddProfileParams>(addition());
+    const std::unique_ptr<ModifyProfileParams> mModify = [] {
+        ModifyProfileParams params;
+        params.setUserName("another-name-that-is-longer-than-any-string-without-memory");
+        return std::make_unique<ModifyProfileParams>(params);
+    }();
+    const std::unique_ptr<FilterProfileParams> mFilter =
+        std::make_unique<FilterProfileParams>(byApn("internet"));
+    const std::unique_ptr<modem::StoredProfile> mForeign =
+        std::make_unique<modem::StoredProfile>(stored(WDS_PROFILE_TYPE_3GPP, 0, "foreign"));
+    const std::unique_ptr<std::list<ProfileParams>> mRecords =
+        std::make_unique<std::list<ProfileParams>>(records());
+    Util mUtil;
+};
+
+TEST_F(OutOfMemoryTest, CallsFailAndTheLibraryGoesOn) {
+    const auto descriptors = openDescriptors();
+    const long allocations = withEachFailure(
+        kStep, [this] { useEverything(); }, [this] { expectSound(); });
+    EXPECT_LT(500, allocations);
+    EXPECT_EQ(descriptors, openDescriptors());
+}
+
+TEST_F(OutOfMemoryTest, AShortageThatLastsIsSurvived) {
+    shortageLasts = true;
+    const long allocations = withEachFailure(
+        11 * kStep, [this] { useEverything(); },
+        [this] {
+            // A client that could not be opened is not
+            // opened before the modem comes anew.
+            connect();
+            expectSound();
+        });
+    shortageLasts = false;
+    EXPECT_LT(200, allocations);
+}
+
+TEST_F(OutOfMemoryTest, ConstructionFailsAndLeavesTheLibraryAsItWas) {
+    const auto descriptors = openDescriptors();
+    int failed = 0;
+    const auto construct = [&] {
+        try {
+            manager().init(0, false);
+        } catch (const std::bad_alloc&) {
+            ++failed;
+        }
+    };
+    EXPECT_LT(20, withEachFailure(1, construct, [this] {
+                  const auto key = add("sound");
+                  connect();
+              }));
+    EXPECT_LT(10, failed);
+    EXPECT_EQ(descriptors, openDescriptors());
+}
+
+}  // namespace
+}  // namespace velo::test
