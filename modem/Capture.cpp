@@ -3,6 +3,8 @@
 #include "modem/Capture.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +13,7 @@
 #include <system_error>
 
 #include "modem/CaptureFormat.h"
+#include "modem/ModemError.h"
 
 namespace velo::modem {
 
@@ -76,8 +79,8 @@ std::span<const std::uint8_t> bytesOf(std::string_view text) {
 Capture::Capture(const std::string& path)
     : mPath(path),
       mFile(mox::clearOfStandardStreams(
-          ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, kOwnerOnly))) {
-    int error = mFile ? 0 : errno;
+          ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kOwnerOnly))) {
+    int error = mFile ? startAnew() : errno;
     if (error == 0) {
         constexpr auto kUnknownLength = ~std::uint64_t{0};
         error = write(Block(mBlock, kSectionHeader)
@@ -101,6 +104,23 @@ Capture::Capture(const std::string& path)
     if (error != 0) {
         throw std::system_error(error, std::generic_category(), "capture " + path);
     }
+}
+
+Capture::~Capture() {
+    // A forked child may hold the descriptor as well, and with it the lock.
+    ::flock(mFile.get(), LOCK_UN);
+}
+
+/// Empties an ordinary file that nobody else writes to. The errno of what failed, or zero.
+int Capture::startAnew() {
+    struct stat status {};
+    if (::fstat(mFile.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return 0;
+    }
+    if (::flock(mFile.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        throw ModemError("capture " + mPath + ": is in use by another modem");
+    }
+    return ::ftruncate(mFile.get(), 0) == 0 ? 0 : errno;
 }
 
 void Capture::record(std::uint32_t client, Direction direction,

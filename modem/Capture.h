@@ -22,10 +22,13 @@ namespace velo::modem {
 /// error says so, and nothing is recorded from then on.
 class Capture {
 public:
-    /// Starts the file anew: what it held is gone. A file that is made is for this user alone.
+    /// Starts the file anew: what it held is gone. A file that is made is for this user alone, and
+    /// it is locked while the object lives.
     ///
     /// @throws std::system_error when it cannot be made
+    /// @throws ModemError, and leaves it as it is, when another live capture has it
     explicit Capture(const std::string& path);
+    ~Capture();
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
 
@@ -34,6 +37,7 @@ public:
                 std::span<const std::uint8_t> packet);
 
 private:
+    int startAnew();
     std::uint64_t now() const;
     int write(std::span<const std::uint8_t> block);
 

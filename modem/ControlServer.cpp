@@ -18,6 +18,8 @@ namespace velo::modem {
 namespace {
 
 constexpr std::size_t kChunk = 4096;
+/// Until a controller that there was no descriptor for is looked at again.
+constexpr int kNextAcceptMs = 50;
 constexpr const char* kTooLong = R"({"error":"an order is at most 65536 bytes long"})";
 
 /// A thread that the process's signals are none of the business of.
@@ -98,9 +100,9 @@ private:
     bool mSkipping = false;  ///< the rest of a line that is too long
 };
 
-ControlServer::ControlServer(const std::string& path, Handler handler)
+ControlServer::ControlServer(ListenSocket socket, Handler handler)
     : mHandler(std::move(handler)),
-      mListen(path, SOCK_STREAM),
+      mListen(std::move(socket)),
       mStop(mox::clearOfStandardStreams(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {
     if (!mStop) {
         throw std::system_error(errno, std::generic_category(), "eventfd");
@@ -114,13 +116,14 @@ ControlServer::~ControlServer() {
 }
 
 void ControlServer::loop() {
-    for (;;) {
-        std::vector<pollfd> waited{{mStop.get(), POLLIN, 0}, {mListen.fd(), POLLIN, 0}};
+    for (bool hasRoom = true;;) {
+        std::vector<pollfd> waited{{mStop.get(), POLLIN, 0},
+                                   {hasRoom ? mListen.fd() : -1, POLLIN, 0}};
         const std::size_t first = waited.size();
         for (const auto& controller : mControllers) {
             waited.push_back(controller->wanted());
         }
-        if (::poll(waited.data(), waited.size(), -1) < 0) {
+        if (::poll(waited.data(), waited.size(), hasRoom ? -1 : kNextAcceptMs) < 0) {
             continue;
         }
         if (waited[0].revents != 0) {
@@ -130,18 +133,19 @@ void ControlServer::loop() {
         std::erase_if(mControllers, [&](const auto& controller) {
             return waited[next++].revents != 0 && !controller->work(mHandler);
         });
-        if (waited[1].revents != 0) {
-            accept();
-        }
+        hasRoom = waited[1].revents == 0 || accept();
     }
 }
 
-void ControlServer::accept() {
+/// False when there is no descriptor for whoever waits.
+bool ControlServer::accept() {
     mox::Descriptor socket(mox::clearOfStandardStreams(
         ::accept4(mListen.fd(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC)));
-    if (socket) {
-        mControllers.push_back(std::make_unique<Controller>(std::move(socket)));
+    if (!socket) {
+        return false;
     }
+    mControllers.push_back(std::make_unique<Controller>(std::move(socket)));
+    return true;
 }
 
 }  // namespace velo::modem

@@ -28,8 +28,8 @@ public:
     /// Turns an order into its answer, both without a line end.
     using Handler = std::function<std::string(const std::string&)>;
 
-    /// @throws std::system_error when the socket cannot be made, or a live modem has it already
-    ControlServer(const std::string& path, Handler handler);
+    /// On a stream socket. @throws std::system_error when the thread cannot be started
+    ControlServer(ListenSocket socket, Handler handler);
     /// Waits for the order in hand, whose answer is sent as far as its controller takes it.
     ~ControlServer();
     ControlServer(const ControlServer&) = delete;
@@ -39,7 +39,7 @@ private:
     class Controller;
 
     void loop();
-    void accept();
+    bool accept();
 
     const Handler mHandler;
     ListenSocket mListen;

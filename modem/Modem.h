@@ -58,7 +58,7 @@ public:
     /// @throws std::system_error when the socket or the capture file cannot be made, or a live
     /// modem has the socket already
     /// @throws ModemError when the state file cannot be used: damaged, of another kind of modem, in
-    /// use by a live one, or not writable at the first boot
+    /// use by a live one, or not writable at the first boot; when the capture file is in use
     explicit Modem(ModemOptions options = {});
     ~Modem();
     Modem(const Modem&) = delete;

@@ -21,6 +21,8 @@ namespace velo::modem {
 namespace {
 
 constexpr std::size_t kEventsAtOnce = 16;
+/// Until a client that there was no descriptor for is looked at again.
+constexpr std::chrono::milliseconds kNextAccept{50};
 
 mox::Descriptor checked(int opened, const char* what) {
     const int fd = mox::clearOfStandardStreams(opened);
@@ -188,12 +190,22 @@ void Server::accept() {
     mox::Descriptor socket(mox::clearOfStandardStreams(
         ::accept4(mListen.fd(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC)));
     if (!socket) {
-        return;
+        return acceptLater();
     }
     mConnections.push_back(
         std::make_unique<Connection>(std::move(socket), ++mAccepted, mCapture.get()));
     auto& connection = *mConnections.back();
     watch(connection.fd(), &connection, EPOLLIN, EPOLL_CTL_ADD);
+}
+
+void Server::acceptLater() {
+    // The client still waits, and would be reported at once and for ever.
+    watch(mListen.fd(), &mListen, 0, EPOLL_CTL_MOD);
+    after(kNextAccept, [this] {
+        if (mListen.isOpen()) {
+            watch(mListen.fd(), &mListen, EPOLLIN, EPOLL_CTL_MOD);
+        }
+    });
 }
 
 void Server::onEvent(Connection& connection, unsigned int events) {

@@ -65,7 +65,7 @@ public:
 
     /// Records every frame in a file from here on. Before start().
     ///
-    /// @throws std::system_error as Capture does
+    /// @throws std::system_error, ModemError as Capture does
     void startCapture(const std::string& path) { mCapture = std::make_unique<Capture>(path); }
 
     /// Nobody can connect any more, and every connection is lost.
@@ -104,6 +104,7 @@ private:
     int untilTimer() const;
     void runTimers();
     void accept();
+    void acceptLater();
     void onEvent(Connection& connection, unsigned int events);
     void receive(Connection& connection);
     void drop(Connection& connection);

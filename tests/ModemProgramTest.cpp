@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -8,9 +9,11 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -212,13 +215,88 @@ TEST_F(ModemProgramTest, TakesOverFromADeadModemAndNeverFromALiveOne) {
     const auto alive = start();
     const auto second = run({"--socket", path()});
     EXPECT_EQ(1, second.status);
-    EXPECT_EQ("velo-modem: modem socket " + path() + ": Address already in use\n", second.err);
+    EXPECT_EQ("velo-modem: control socket " + control() + ": Address already in use\n", second.err);
     const auto third = run({"--socket", mFolder + "/other", "--control", control()});
     EXPECT_EQ(1, third.status);
     EXPECT_EQ("velo-modem: control socket " + control() + ": Address already in use\n", third.err);
     EXPECT_FALSE(std::filesystem::exists(mFolder + "/other"));
+    const auto fourth = run({"--socket", path(), "--control", mFolder + "/other"});
+    EXPECT_EQ(1, fourth.status);
+    EXPECT_EQ("velo-modem: modem socket " + path() + ": Address already in use\n", fourth.err);
     EXPECT_EQ(MOX_NO_ERR, ModemClient(path()).bind(0));
     EXPECT_EQ(true, Controller(control()).order(R"({"order":"status"})")["ok"]);
+}
+
+TEST_F(ModemProgramTest, LeavesTheCaptureOfALiveModemAlone) {
+    const std::string file = mFolder + "/capture";
+    const std::string old = mFolder + "/old";
+    std::ofstream(old) << "of yesterday";
+    const auto alive = start({"--capture", file});
+    EXPECT_EQ(MOX_NO_ERR, ModemClient(path()).bind(0));
+    const auto size = std::filesystem::file_size(file);
+    const auto second = run({"--socket", mFolder + "/other", "--capture", file});
+    EXPECT_EQ(2, second.status);
+    EXPECT_EQ("velo-modem: capture " + file + ": is in use by another modem\n", second.err);
+    EXPECT_LE(size, std::filesystem::file_size(file));
+    const auto third =
+        run({"--socket", mFolder + "/other", "--control", control(), "--capture", old});
+    EXPECT_EQ(1, third.status);
+    EXPECT_LT(0U, std::filesystem::file_size(old)) << "emptied for a modem that cannot start";
+}
+
+/// The processor time that a process has used.
+std::chrono::nanoseconds workOf(pid_t pid) {
+    clockid_t clock{};
+    EXPECT_EQ(0, ::clock_getcpuclockid(pid, &clock));
+    timespec time{};
+    ::clock_gettime(clock, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+TEST_F(ModemProgramTest, ClientsWaitIdlyForADescriptor) {
+    using namespace std::chrono_literals;
+    const auto modem = start();
+    ASSERT_EQ(MOX_NO_ERR, ModemClient(path()).bind(0));
+    Controller first(control());
+    ASSERT_EQ(true, first.order(R"({"order":"status"})")["ok"]);
+    rlimit before{};
+    ::prlimit(modem->pid(), RLIMIT_NOFILE, nullptr, &before);
+    const rlimit none{3, before.rlim_max};
+    ::prlimit(modem->pid(), RLIMIT_NOFILE, &none, nullptr);
+    Controller waiting(control());
+    waiting.send("{\"order\":\"status\"}\n");
+    ModemClient client(path());
+    EXPECT_EQ(MOX_TIMEOUT_ERR, client.bind(0, 100));
+    const auto work = workOf(modem->pid());
+    EXPECT_EQ(MOX_TIMEOUT_ERR, client.bind(0, 1000));
+    EXPECT_GT(50ms, workOf(modem->pid()) - work);
+    EXPECT_EQ(true, first.order(R"({"order":"status"})")["ok"]);
+    ::prlimit(modem->pid(), RLIMIT_NOFILE, &before, nullptr);
+    EXPECT_EQ(MOX_NO_ERR, client.bind(0));
+    EXPECT_EQ(true, waiting.answer()["ok"]);
+}
+
+TEST_F(ModemProgramTest, LibraryComesBackWhenThereAreDescriptorsAgain) {
+    const auto modem = start();
+    Controller controller(control());
+    mox::setModemPath(path());
+    auto& manager = Manager::getInstance();
+    manager.init(0, false);
+    const auto isFilled = [&] { return !manager.filter({}).empty(); };
+    ASSERT_TRUE(waitUntil(isFilled));
+    rlimit before{};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{3, before.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    const LogRecorder log;
+    controller.order(R"({"order":"restart"})");
+    EXPECT_TRUE(waitUntil([&] { return log.has(LogLevel::Info, "Handling modem down"); }));
+    EXPECT_FALSE(manager.addProfile(AddProfileParams(false, TechType::TECH_3GPP, false)));
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_TRUE(waitUntil([&] {
+        return manager.addProfile(AddProfileParams(false, TechType::TECH_3GPP, false)) != nullptr;
+    }));
+    mox::setModemPath("");
 }
 
 TEST_F(ModemProgramTest, RefusesWhatItCannotUse) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -159,6 +160,20 @@ TEST_F(MoxClientTest, NotifierReportsEachComingOfTheService) {
     mModem.restart();
     EXPECT_TRUE(waitUntil([&] { return watcher.count == 2; }));
     EXPECT_EQ(0U, mModem.clients());
+}
+
+TEST_F(MoxClientTest, NotifierPausesForAServiceThatGoesAsSoonAsItComes) {
+    const std::string path = mModem.socketPath() + ".flapping";
+    const modem::ListenSocket listen(path);
+    mox::setModemPath(path);
+    const auto begun = std::chrono::steady_clock::now();
+    const Watcher watcher;
+    ASSERT_TRUE(waitUntil([&] {
+        const mox::Descriptor accepted(::accept(listen.fd(), nullptr, nullptr));
+        return watcher.count >= 6;
+    }));
+    // 5, 10, 20, 40 and 80 ms.
+    EXPECT_LE(std::chrono::milliseconds(155), std::chrono::steady_clock::now() - begun);
 }
 
 TEST_F(MoxClientTest, CallbacksMayReleaseTheirOwnHandle) {

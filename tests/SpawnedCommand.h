@@ -35,6 +35,8 @@ public:
     SpawnedCommand(const SpawnedCommand&) = delete;
     SpawnedCommand& operator=(const SpawnedCommand&) = delete;
 
+    pid_t pid() const { return mPid; }
+
     void write(const std::string& text);
     void signal(int number);
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kShortestPauseMs = 5;
 constexpr int kLongestPauseMs = 100;
+constexpr std::chrono::milliseconds kLasting{kLongestPauseMs};
 
 }  // namespace
 
@@ -57,24 +59,23 @@ void Notifier::release() {
 }
 
 void Notifier::watchLoop(mox_client_notify_cb callback, void* data) const {
+    // A service that goes as soon as it has come is met with pauses, too.
     int pauseMs = kShortestPauseMs;
-    for (;;) {
-        const Descriptor connection = connectTo(mModemPath);
-        if (!connection) {
-            if (!wait(-1, pauseMs)) {
+    while (wait(-1, 0)) {
+        if (const Descriptor connection = connectTo(mModemPath)) {
+            const auto came = std::chrono::steady_clock::now();
+            callback(mSelf, mService, MOX_SERVICE_AVAILABLE, data);
+            if (!wait(connection.get(), -1)) {
                 return;
             }
-            pauseMs = std::min(2 * pauseMs, kLongestPauseMs);
-            continue;
+            if (std::chrono::steady_clock::now() - came > kLasting) {
+                pauseMs = kShortestPauseMs;
+            }
         }
-        pauseMs = kShortestPauseMs;
-        if (!wait(-1, 0)) {
+        if (!wait(-1, pauseMs)) {
             return;
         }
-        callback(mSelf, mService, MOX_SERVICE_AVAILABLE, data);
-        if (!wait(connection.get(), -1)) {
-            return;
-        }
+        pauseMs = std::min(2 * pauseMs, kLongestPauseMs);
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <utility>
 
 #include "modem/ControlServer.h"
 #include "modem/program/Notification.h"
@@ -25,8 +26,10 @@ int serveCommand(ProgramOptions options) {
 
     options.complete();
     options.modem.onStop = [] { ::kill(::getpid(), SIGTERM); };
+    // Taken before the modem touches its files: they may be those of the modem that has it.
+    ListenSocket controlSocket(options.controlPath, SOCK_STREAM);
     Modem modem(options.modem);
-    const ControlServer control(options.controlPath,
+    const ControlServer control(std::move(controlSocket),
                                 [&](const std::string& line) { return modem.control(line); });
     std::cout << "velo-modem: listening on " << modem.socketPath() << std::endl;
     notifyServiceManager("READY=1");
