@@ -58,3 +58,17 @@ build() {
     cmake --preset "$preset" --log-level=WARNING >&2
     cmake --build "build/$preset" -j "$jobs" ${1:+--target "$@"} >&2
 }
+
+# under_sanitizer PRESET COMMAND...: runs it as the preset's sanitizer wants.
+under_sanitizer() {
+    local preset=$1 fixed=()
+    shift
+    export ASAN_OPTIONS=detect_stack_use_after_return=1:allocator_may_return_null=1
+    export UBSAN_OPTIONS=print_stacktrace=1
+    export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+    # Layouts that the thread sanitizer cannot map are kept away by a fixed one, where that is allowed.
+    if [[ $preset == *tsan ]] && setarch -R true 2>/dev/null; then
+        fixed=(setarch -R)
+    fi
+    "${fixed[@]}" "$@"
+}

@@ -2,19 +2,15 @@
 
 #include "soak/Soak.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <fstream>
-#include <iomanip>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <thread>
 
 #include "host/mox/MoxHost.h"
+#include "soak/Table.h"
 #include "velo/Manager.h"
 
 namespace velo::soak {
@@ -33,12 +29,6 @@ constexpr std::size_t kMostOwn = 60;
 constexpr milliseconds kBound{10000};
 /// For how long the modem holds back an indication that is to come after another.
 constexpr milliseconds kHeld{60};
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::size_t kGrowthKb = std::size_t{512} * 1024;
-#else
-constexpr std::size_t kGrowthKb = std::size_t{4} * 1024;
-#endif
 
 constexpr const char* kFaults = "all=0.03,foreign=0.05,close=0.01,restart=0.004,delay-ms=120";
 
@@ -177,10 +167,9 @@ void Soak::settle() {
     for (const std::string& what : mWatch.takeViolations()) violated(what);
     tidy(store);
 
-    mLast = usage();
+    mLast = Usage::now();
     if (mSettlings++ == 0) mFirst = mLast;
-    if (mLast.descriptors > mFirst.descriptors) violated("descriptors leak");
-    if (mLast.residentKb > mFirst.residentKb + kGrowthKb) violated("memory leaks");
+    if (const auto leak = mLast.leakSince(mFirst); !leak.empty()) violated(leak);
 }
 
 void Soak::settleCache(const char* when) {
@@ -250,36 +239,20 @@ void Soak::violated(const std::string& what) {
     mViolations.push_back("after " + std::to_string(mKills) + " kills: " + what);
 }
 
-Soak::Usage Soak::usage() {
-    const std::filesystem::directory_iterator open("/proc/self/fd");
-    std::ifstream statm("/proc/self/statm");
-    std::size_t size = 0;
-    std::size_t resident = 0;
-    statm >> size >> resident;
-    return {static_cast<std::size_t>(std::distance(begin(open), end(open))),
-            resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)) / 1024};
-}
-
 std::string Soak::report() const {
     const auto seconds =
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - mBegun);
-    std::ostringstream out;
-    const auto row = [&](const char* name, const auto&... values) {
-        out << std::left << std::setw(24) << name;
-        (out << ... << values) << '\n';
-    };
-    row("kills survived", mKills);
-    row("calls made", mWatch.calls());
-    row("changes of the other", mOther.changes());
-    row("faults injected", "at least ", mOther.injected());
-    row("settlings checked", mSettlings);
-    row("longest call", mWatch.longest().count(), " ms");
-    row("descriptors", mFirst.descriptors, " at first, ", mLast.descriptors, " at last");
-    row("resident memory", mFirst.residentKb, " KiB at first, ", mLast.residentKb, " KiB at last");
-    row("time", seconds.count(), " s");
-    row("violations", mViolations.size());
-    for (const std::string& what : mViolations) out << "  " << what << '\n';
-    return out.str();
+    Table table;
+    table.row("kills survived", mKills);
+    table.row("calls made", mWatch.calls());
+    table.row("changes of the other", mOther.changes());
+    table.row("faults injected", "at least ", mOther.injected());
+    table.row("settlings checked", mSettlings);
+    table.row("longest call", mWatch.longest().count(), " ms");
+    table.usage(mFirst, mLast);
+    table.row("time", seconds.count(), " s");
+    table.violations(mViolations);
+    return table.text();
 }
 
 }  // namespace velo::soak

@@ -16,6 +16,7 @@
 #include "soak/Journal.h"
 #include "soak/ModemProcess.h"
 #include "soak/OtherClient.h"
+#include "soak/Usage.h"
 
 namespace velo::soak {
 
@@ -40,14 +41,6 @@ public:
     std::string report() const;
 
 private:
-    /// What a leak would make grow.
-    struct Usage {
-        std::size_t descriptors = 0;
-        std::size_t residentKb = 0;
-    };
-
-    static Usage usage();
-
     void round(unsigned int kills);
     void kill();
     void settle();

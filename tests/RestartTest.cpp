@@ -137,10 +137,15 @@ TEST_F(TwoLibrariesTest, LateAnswerIsNotTakenForTheNext) {
     EXPECT_THAT(dumpSection("Pending:"), IsEmpty());
 }
 
-TEST(SoakTest, AFewKills) {
-    const auto result = SpawnedCommand(VELO_SOAK, {"--kills", "5"}).finish();
-    EXPECT_EQ(0, result.status) << result.out << result.err;
-    EXPECT_THAT(result.out, HasSubstr("settlings checked       1\n"));
+TEST(SoakTest, ALittleOfEach) {
+    const auto expect = [](const char* what, const char* count, const char* figure) {
+        const auto result = SpawnedCommand(VELO_SOAK, {what, count}).finish();
+        EXPECT_EQ(0, result.status) << result.out << result.err;
+        EXPECT_THAT(result.out, HasSubstr(figure));
+    };
+    expect("--kills", "5", "settlings checked       1\n");
+    expect("--hazards", "40", "rounds                  40\n");
+    expect("--cycles", "500", "cycles                  500\n");
 }
 
 }  // namespace
