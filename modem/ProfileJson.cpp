@@ -24,6 +24,10 @@ using nlohmann::json;
 
 constexpr const char* kTechnologyNames[] = {"3gpp", "3gpp2"};
 
+/// More than any text needs. Values are copied and written by recursion, which would end in a stack
+/// that is too small.
+constexpr int kDeepest = 16;
+
 [[noreturn]] void refuse(const std::string& name, const std::string& what) {
     throw ModemError("\"" + name + "\" " + what);
 }
@@ -92,7 +96,10 @@ std::string placeOf(const std::string& text, std::size_t byte) {
 
 json jsonFromText(const std::string& text) {
     std::vector<std::set<std::string>> open;
-    const auto refuseTwice = [&](int, json::parse_event_t event, const json& parsed) {
+    const auto check = [&](int depth, json::parse_event_t event, const json& parsed) {
+        if (depth > kDeepest) {
+            throw ModemError("is nested more than " + std::to_string(kDeepest) + " deep");
+        }
         if (event == json::parse_event_t::object_start) {
             open.emplace_back();
         } else if (event == json::parse_event_t::object_end) {
@@ -104,7 +111,7 @@ json jsonFromText(const std::string& text) {
         return true;
     };
     try {
-        return json::parse(text, refuseTwice);
+        return json::parse(text, check);
     } catch (const json::parse_error& error) {
         throw ModemError("is not JSON at " + placeOf(text, error.byte));
     } catch (const json::out_of_range&) {

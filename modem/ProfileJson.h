@@ -22,7 +22,8 @@
 
 namespace velo::modem {
 
-/// What the text says; an object that has a key twice is refused.
+/// What the text says; an object that has a key twice is refused, and a text that is nested deeper
+/// than any use has for.
 nlohmann::json jsonFromText(const std::string& text);
 nlohmann::json jsonFromFile(const std::string& path);
 

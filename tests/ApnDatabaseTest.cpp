@@ -144,5 +144,11 @@ TEST(WantedRecordsTest, TakesTheSettingsOfAJsonList) {
               "ApnName=b,RoamIPType=V6,ApnClass=IMS,PdnReqWaitInterval=7,IsApnDisabled=true,");
 }
 
+TEST(WantedRecordsTest, RefusesWhatIsNestedTooDeep) {
+    const TemporaryFile file("[{\"apn\": " + std::string(200000, '[') + std::string(200000, ']') +
+                             "}]");
+    EXPECT_THROW(WantedRecords::read(file.path(), ""), CommandError);
+}
+
 }  // namespace
 }  // namespace velo::tool

@@ -191,6 +191,9 @@ TEST(ControlTest, MalformedOrdersAreAnsweredAndChangeNothing) {
         {"{\"order\": \"stop\"", "order: is not JSON at line 1, byte 17"},
         {R"({"order": "stop", "order": "status"})", "order: \"order\" is there twice"},
         {"\xFF\xFE", "order: is not JSON at line 1, byte 1"},
+        {R"({"order": "add", "profile": )" + std::string(30000, '[') + std::string(30000, ']') +
+             "}",
+         "order: is nested more than 16 deep"},
         {"[]", "the order is not an object with a text \"order\""},
         {R"({"order": 7})", "the order is not an object with a text \"order\""},
         {R"({"order": "explode"})", "there is no order \"explode\"; \"help\" lists them"},

@@ -168,6 +168,7 @@ TEST_F(StateFileTest, DamageIsRefusedAndLeftUntouched) {
         {with("/version", 2), "is of version 2"},
         {with("/colour", 1), "has more than version, checksum and subscriptions"},
         {R"({"version": 1, "version": 1})", "\"version\" is there twice"},
+        {"{\"version\": " + std::string(200000, '['), "is nested more than 16 deep"},
         {with("/subscriptions/2", json{{"profiles", json::array()}}), "modem with 3 subscriptions"},
         {with("/subscriptions/1", 5), "subscription 1: has no list \"profiles\""},
         {with(first + "/index", 1), "subscription 0: profile 2: its technology and index"},

@@ -18,6 +18,9 @@ namespace velo::tool {
 
 namespace {
 
+/// More than a record needs.
+constexpr int kDeepest = 16;
+
 /// What a listed profile tells beside its settings: no business of a wanted record.
 const std::set<std::string> kIgnoredKeys = {
     "id", "token", "key", "name", "persistent", "made_by_library", "initial_attach"};
@@ -71,7 +74,13 @@ std::pair<TechType, ProfileParams> readRecord(const nlohmann::json& record) {
 WantedRecords readJson(const std::string& path, const std::string& text) {
     nlohmann::json list;
     try {
-        list = nlohmann::json::parse(text);
+        list = nlohmann::json::parse(text, [&](int depth, auto, const auto&) {
+            // Values are read by recursion, which would end in a stack that is too small.
+            if (depth > kDeepest) {
+                throw CommandError(kUsage, path + ": this is nested deeper than a list of records");
+            }
+            return true;
+        });
     } catch (const nlohmann::json::parse_error& error) {
         throw CommandError(kUsage, placeIn(path, text, error.byte) +
                                        ": this is not JSON; give a list of records such as "
