@@ -46,10 +46,10 @@ const std::vector<Operation>& operations() {
           {"id", 5},
           {"initial", 10},
           {"library", 10}}},
-        {"listen", 5, 0, {{"key", 100}}},
+        {"listen", 8, 0, {{"key", 100}}},
         {"copy", 2, 0, {{"key", 100}}},
         {"drop", 12, 0, {{"key", 100}, {"refuse", 10}}},
-        {"refresh-start", 1, 0, {}},
+        {"refresh-start", 2, 0, {}},
         {"refresh", 2, 0, {{"refuse", 10}}},
         {"data-call", 6, 12, {{"tech", 50}, {"refuse", 10}}},
         {"emergency", 2, 10, {{"refuse", 10}}},
@@ -94,12 +94,13 @@ bool chance(modem::Dice& dice, unsigned int percent) {
     return dice.below(100) < percent;
 }
 
-/// The first of the named values are the simple ones, and the first exchanges the certain ones:
+/// The first of the named values are the simple ones, and the first exchanges the certain ones; a
+/// few keys with which much happens tell more than many:
 /// they come more often.
 unsigned int value(modem::Dice& dice, std::string_view name) {
     const unsigned int count = valuesOf(name);
     const auto any = dice.below(count);
-    const bool isFirstLikely = isNamed(name) || name == "refuse";
+    const bool isFirstLikely = isNamed(name) || name == "refuse" || name == "key";
     return static_cast<unsigned int>(isFirstLikely ? std::min(any, dice.below(count)) : any);
 }
 
@@ -153,7 +154,7 @@ Steps generate(std::uint64_t seed, std::size_t length) {
         if (steps.back().operation == "power-off") end = "power-on";
         if (steps.back().operation == "refresh-start") end = "refresh";
         if (end.empty()) continue;
-        for (auto meanwhile = dice.below(5); meanwhile > 0; --meanwhile) {
+        for (auto meanwhile = dice.below(9); meanwhile > 0; --meanwhile) {
             steps.push_back(step(dice, anyOperation(dice)));
         }
         steps.push_back({operationNamed(end)});
