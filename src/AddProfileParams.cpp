@@ -2,7 +2,7 @@
 
 #include "velo/AddProfileParams.h"
 
-#include "TextStream.h"
+#include "EnumText.h"
 
 namespace velo {
 
@@ -19,7 +19,7 @@ AddProfileParams::~AddProfileParams() = default;
 
 std::string AddProfileParams::dump() const {
     TextStream out;
-    out << mTechType << " persist=" << std::boolalpha << mIsPersistent << ": "
+    out << mTechType << " persist=" << (mIsPersistent ? "true" : "false") << ": "
         << ProfileParams::dump();
     return out.str();
 }

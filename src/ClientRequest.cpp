@@ -4,9 +4,6 @@
 
 #include <utility>
 
-#include "EnumText.h"
-#include "TextStream.h"
-
 namespace velo {
 
 namespace {
@@ -16,7 +13,7 @@ constexpr const char* kReqRespTypes[] = {"Add",   "Modify", "Delete",   "Filter"
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, ReqRespType type) {
+TextStream& operator<<(TextStream& out, ReqRespType type) {
     return writeEnum(out, type, kReqRespTypes);
 }
 

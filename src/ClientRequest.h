@@ -6,11 +6,11 @@
 #pragma once
 
 #include <functional>
-#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "EnumText.h"
 #include "velo/AddProfileParams.h"
 #include "velo/FilterProfileParams.h"
 #include "velo/IProfileKey.h"
@@ -27,7 +27,7 @@ using PostRequest = std::function<std::shared_ptr<ClientResponse>(std::shared_pt
 /// Which operation a request asks for, and a response answers.
 enum class ReqRespType : int { Add = 0, Modify, Delete, Filter, Match, Get, Callback, Refresh };
 
-std::ostream& operator<<(std::ostream& out, ReqRespType type);
+TextStream& operator<<(TextStream& out, ReqRespType type);
 
 /// A key's text; `none` when there is no key.
 std::string keyText(const std::shared_ptr<IProfileKey>& key, const char* none);

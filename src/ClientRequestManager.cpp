@@ -25,6 +25,10 @@ Status statusOf(bool success) {
 
 /// The line is no part of the work: without memory for it the work is done all the same.
 void traceHandling(ClientRequest& request) {
+    // The text is long to make, and seldom wanted.
+    if (!LogWrapper::getInstance().isWanted(LogLevel::Info)) {
+        return;
+    }
     orNothing([&] { logLine(LogLevel::Info, "Handling %s", request.dump().c_str()); });
 }
 
@@ -150,6 +154,12 @@ void ClientRequestManager::handleClientRequest(int fd, void* arg) {
 }
 
 void ClientRequestManager::handlePendingRequest() {
+    carryOutRequest();
+    // Unlocked: a caller that is woken to find the mutex held has to sleep again.
+    mCv.notify_one();
+}
+
+void ClientRequestManager::carryOutRequest() {
     const std::lock_guard lock(mMutex);
     if (mRequest) {
         traceHandling(*mRequest);
@@ -164,7 +174,6 @@ void ClientRequestManager::handlePendingRequest() {
         mRequest.reset();
         runDeferredReleases();
     }
-    mCv.notify_one();
 }
 
 std::shared_ptr<ClientResponse> ClientRequestManager::execute(ClientRequest& request) {

@@ -58,6 +58,7 @@ private:
     void endVeloThread();
     static void handleClientRequest(int fd, void* arg);
     void handlePendingRequest();
+    void carryOutRequest();
 
     std::shared_ptr<ClientResponse> execute(ClientRequest& request);
     std::shared_ptr<ClientResponse> execute(AddRequest* request);

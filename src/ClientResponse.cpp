@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "EnumText.h"
-#include "TextStream.h"
 
 namespace velo {
 

@@ -31,12 +31,10 @@ ssize_t EventFd::signal() const {
 }
 
 bool EventFd::drain(int fd) {
+    // One read takes the whole counter; a second one would only say so.
     std::uint64_t counter = 0;
-    ssize_t got = 0;
-    do {
-        got = read(fd, &counter, sizeof counter);
-    } while (got == static_cast<ssize_t>(sizeof counter));
-    return got == -1 && errno == EAGAIN;
+    const ssize_t got = read(fd, &counter, sizeof counter);
+    return got == static_cast<ssize_t>(sizeof counter) || (got == -1 && errno == EAGAIN);
 }
 
 int EventFd::clearOfStandardStreams(int fd) {

@@ -21,8 +21,7 @@ public:
     /// Adds one to the counter; what write(2) returned, 8 when all is well.
     ssize_t signal() const;
 
-    /// Empties the counter of `fd`; false, with errno set, when that ended otherwise than with
-    /// EAGAIN.
+    /// Empties the counter of `fd`; false, with errno set, when it cannot be read.
     static bool drain(int fd);
 
     /// Moves a new descriptor out of the range of the standard streams, so that a process that runs

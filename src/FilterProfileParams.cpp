@@ -2,7 +2,7 @@
 
 #include "velo/FilterProfileParams.h"
 
-#include "TextStream.h"
+#include "EnumText.h"
 
 namespace velo {
 

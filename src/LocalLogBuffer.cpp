@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <ctime>
 #include <utility>
 
@@ -32,6 +31,10 @@ std::tm localTimeAt(std::time_t seconds, long offset) {
     return local;
 }
 
+char digit(int number) {
+    return static_cast<char>('0' + number % 10);
+}
+
 std::tm localTime(std::time_t seconds, bool inForkedChild) {
     // East of Greenwich in seconds, for the children.
     static constinit std::atomic<long> offset{0};
@@ -42,17 +45,6 @@ std::tm localTime(std::time_t seconds, bool inForkedChild) {
     localtime_r(&seconds, &local);
     offset = local.tm_gmtoff;
     return local;
-}
-
-std::string timestamp(bool inForkedChild) {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    const std::tm local = localTime(now.tv_sec, inForkedChild);
-    char seconds[50] = {};
-    std::strftime(seconds, sizeof seconds, "%F %X", &local);
-    char text[100] = {};
-    std::snprintf(text, sizeof text, "%s.%03d", seconds, static_cast<int>(now.tv_usec / 1000));
-    return text;
 }
 
 }  // namespace
@@ -70,13 +62,33 @@ LocalLogBuffer& LocalLogBuffer::getInstance() {
 }
 
 void LocalLogBuffer::addLogWithTimestamp(std::string message) {
-    std::string line =
-        "    " + timestamp(mForkGuard.inForkedChild()) + " [" + mName + "]" + message;
+    timeval now{};
+    gettimeofday(&now, nullptr);
+    const auto milliseconds = static_cast<int>(now.tv_usec / 1000);
+    const char fraction[] = {'.', digit(milliseconds / 100), digit(milliseconds / 10),
+                             digit(milliseconds)};
     const std::lock_guard lock(mMutex);
+    const std::string& seconds = secondsText(now.tv_sec);
+    std::string line;
+    line.reserve(seconds.size() + sizeof fraction + mName.size() + message.size() + 3);
+    line.append(seconds).append(fraction, sizeof fraction);
+    line.append(" [").append(mName).append("]").append(message);
     while (static_cast<long long>(mLines.size()) > mCapacity) {
         mLines.pop_front();
     }
     mLines.push_back(std::move(line));
+}
+
+const std::string& LocalLogBuffer::secondsText(std::time_t seconds) {
+    if (seconds != mSeconds || timezone != mTimeZone) {
+        const std::tm local = localTime(seconds, mForkGuard.inForkedChild());
+        char text[50] = {};
+        std::strftime(text, sizeof text, "%F %X", &local);
+        mSecondsText = std::string("    ") + text;
+        mSeconds = seconds;
+        mTimeZone = timezone;
+    }
+    return mSecondsText;
 }
 
 std::vector<std::string> LocalLogBuffer::getLogs() {

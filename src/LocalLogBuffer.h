@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <ctime>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -30,10 +31,17 @@ public:
     std::string getName() { return mName; }
 
 private:
+    /// The current second as the start of a line; made anew when the second or the time zone is
+    /// another. Under mMutex.
+    const std::string& secondsText(std::time_t seconds);
+
     const ForkGuard mForkGuard;
     std::deque<std::string> mLines;
     std::string mName;
     int mCapacity;
+    std::time_t mSeconds = -1;
+    long mTimeZone = 0;
+    std::string mSecondsText;
     std::mutex mMutex;
 };
 

@@ -4,7 +4,6 @@
 
 #include "ProfileConversions.h"
 #include "SettingFields.h"
-#include "TextStream.h"
 #include "WdsFields.h"
 
 namespace velo {

@@ -8,7 +8,6 @@
 #include "LogWrapper.h"
 #include "ProfileConversions.h"
 #include "SettingFields.h"
-#include "TextStream.h"
 #include "WdsFields.h"
 
 namespace velo {

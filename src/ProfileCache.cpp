@@ -44,7 +44,7 @@ std::shared_ptr<ModemProfile> makeProfile(AddProfileParams& params) {
 
 ProfileCache::ProfileCache(EventManager& eventManager, int modemInstance, PostRequest postRequest)
     : mEventManager(eventManager),
-      mPostRequest(std::move(postRequest)),
+      mPostRequest(std::make_shared<const PostRequest>(std::move(postRequest))),
       mWdsProxy(mEventManager, modemInstance) {
     mWdsProxy.registerProfileChangedInd([this](ProfileChangedInd ind) { onIndication(ind); });
 }

@@ -96,7 +96,7 @@ private:
     bool releaseLast(ProfileMap::iterator entry);
 
     EventManager& mEventManager;
-    PostRequest mPostRequest;
+    std::shared_ptr<const PostRequest> mPostRequest;
     MoxWdsProxy mWdsProxy;
     ProfileMap mProfiles;
     std::list<ProfileChangedInd> mPendingTransactions;

@@ -3,7 +3,6 @@
 #include "ProfileChangedInd.h"
 
 #include "EnumText.h"
-#include "TextStream.h"
 
 namespace velo {
 

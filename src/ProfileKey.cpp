@@ -5,14 +5,19 @@
 #include <memory>
 #include <utility>
 
+#include "EnumText.h"
 #include "LogWrapper.h"
 #include "OutOfMemory.h"
-#include "TextStream.h"
 
 namespace velo {
 
 ProfileKey::ProfileKey(TechType techType, int profileId, unsigned long long token,
                        PostRequest postRequest)
+    : ProfileKey(techType, profileId, token,
+                 std::make_shared<const PostRequest>(std::move(postRequest))) {}
+
+ProfileKey::ProfileKey(TechType techType, int profileId, unsigned long long token,
+                       std::shared_ptr<const PostRequest> postRequest)
     : mTechType(techType),
       mProfileId(profileId),
       mToken(token),
@@ -21,7 +26,7 @@ ProfileKey::ProfileKey(TechType techType, int profileId, unsigned long long toke
 }
 
 ProfileKey::~ProfileKey() {
-    mPostRequest(mRelease);
+    (*mPostRequest)(mRelease);
     logLine(LogLevel::Debug, "~ProfileKey");
 }
 
@@ -29,7 +34,7 @@ void ProfileKey::registerExpirationListener(std::function<void()> listener) {
     orNothing([&] {
         const auto request = std::make_shared<CallbackRequest>();
         request->setExpirationInfo(std::move(listener), weak_from_this(), mToken);
-        mPostRequest(request);
+        (*mPostRequest)(request);
     });
 }
 

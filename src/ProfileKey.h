@@ -17,6 +17,9 @@ namespace velo {
 class ProfileKey : public IProfileKey {
 public:
     ProfileKey(TechType techType, int profileId, unsigned long long token, PostRequest postRequest);
+    /// Shares the function with other keys: there are thousands of them, and a copy of it is large.
+    ProfileKey(TechType techType, int profileId, unsigned long long token,
+               std::shared_ptr<const PostRequest> postRequest);
 
     /// Posts the release and waits until the worker has carried it out.
     ~ProfileKey() override;
@@ -32,7 +35,7 @@ private:
     TechType mTechType;
     int mProfileId;
     unsigned long long mToken;
-    PostRequest mPostRequest;
+    std::shared_ptr<const PostRequest> mPostRequest;
     // Made with the key, so that its release never wants for memory.
     std::shared_ptr<CallbackRequest> mRelease = std::make_shared<CallbackRequest>();
 };

@@ -2,9 +2,22 @@
 
 #include "velo/ProfileParams.h"
 
-#include "TextStream.h"
+#include "EnumText.h"
 
 namespace velo {
+
+namespace {
+
+template <typename T>
+const T& shown(const T& value) {
+    return value;
+}
+
+const char* shown(bool value) {
+    return value ? "true" : "false";
+}
+
+}  // namespace
 
 ProfileParams::~ProfileParams() = default;
 
@@ -16,10 +29,9 @@ const std::string& ProfileParams::textOf(const std::optional<std::string>& setti
 
 std::string ProfileParams::dump() const {
     TextStream out;
-    out << std::boolalpha;
     const auto item = [&out](const char* label, const auto& setting) {
         if (setting) {
-            out << label << "=" << *setting << ",";
+            out << label << '=' << shown(*setting) << ',';
         }
     };
     std::optional<ApnTypes> apnTypes;

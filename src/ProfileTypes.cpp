@@ -11,8 +11,8 @@ namespace velo {
 namespace {
 
 template <std::size_t Count>
-std::ostream& writeMask(std::ostream& out, std::uint32_t mask, const char* const (&texts)[Count],
-                        const char* none) {
+TextStream& writeMask(TextStream& out, std::uint32_t mask, const char* const (&texts)[Count],
+                      const char* none) {
     if (mask == 0) {
         return out << none;
     }
@@ -36,28 +36,52 @@ constexpr const char* kFilterMatchTypes[] = {"HomeIPSubset|",   "RoamIPSubset|",
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, TechType tech) {
+TextStream& operator<<(TextStream& out, TechType tech) {
     return writeEnum(out, tech, kTechTypes);
 }
 
-std::ostream& operator<<(std::ostream& out, IPType ipType) {
+TextStream& operator<<(TextStream& out, IPType ipType) {
     return writeEnum(out, ipType, kIPTypes);
 }
 
-std::ostream& operator<<(std::ostream& out, AuthType authType) {
+TextStream& operator<<(TextStream& out, AuthType authType) {
     return writeEnum(out, authType, kAuthTypes);
 }
 
-std::ostream& operator<<(std::ostream& out, ApnClass apnClass) {
+TextStream& operator<<(TextStream& out, ApnClass apnClass) {
     return writeEnum(out, apnClass, kApnClasses, static_cast<int>(ApnClass::IMS));
 }
 
-std::ostream& operator<<(std::ostream& out, ApnTypes mask) {
+TextStream& operator<<(TextStream& out, ApnTypes mask) {
     return writeMask(out, static_cast<std::uint32_t>(mask), kApnTypes, "NONE");
 }
 
-std::ostream& operator<<(std::ostream& out, FilterMatchType criteria) {
+TextStream& operator<<(TextStream& out, FilterMatchType criteria) {
     return writeMask(out, static_cast<std::uint32_t>(criteria), kFilterMatchTypes, "None");
+}
+
+std::ostream& operator<<(std::ostream& out, TechType tech) {
+    return writeText(out, tech);
+}
+
+std::ostream& operator<<(std::ostream& out, IPType ipType) {
+    return writeText(out, ipType);
+}
+
+std::ostream& operator<<(std::ostream& out, AuthType authType) {
+    return writeText(out, authType);
+}
+
+std::ostream& operator<<(std::ostream& out, ApnClass apnClass) {
+    return writeText(out, apnClass);
+}
+
+std::ostream& operator<<(std::ostream& out, ApnTypes mask) {
+    return writeText(out, mask);
+}
+
+std::ostream& operator<<(std::ostream& out, FilterMatchType criteria) {
+    return writeText(out, criteria);
 }
 
 }  // namespace velo

@@ -7,8 +7,8 @@
 #pragma once
 
 #include <optional>
-#include <ostream>
 
+#include "EnumText.h"
 #include "velo/ProfileParams.h"
 
 namespace velo {
@@ -109,7 +109,7 @@ bool mergeDifference(std::optional<T>& delta, const std::optional<T>& own,
 
 /// Label, value and "," when the value is present.
 template <typename T>
-void dumpItem(std::ostream& out, const char* label, const std::optional<T>& value) {
+void dumpItem(TextStream& out, const char* label, const std::optional<T>& value) {
     if (value) out << label << *value << ',';
 }
 

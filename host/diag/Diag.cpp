@@ -9,12 +9,12 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <mutex>
 #include <string>
-#include <utility>
 
 #include "diag/diag.h"
 #include "host/mox/Descriptor.h"
@@ -59,15 +59,13 @@ public:
             return false;
         }
         if (--mUsers == 0 && mFd >= 0) {
-            ::close(std::exchange(mFd, -1));
+            ::close(mFd.exchange(-1));
         }
         return true;
     }
 
-    bool listening() {
-        const std::lock_guard lock(mMutex);
-        return mFd >= 0;
-    }
+    /// Without the lock: every line of the library asks.
+    bool listening() const { return mFd >= 0; }
 
     /// Writes the time and `text` as a line.
     void append(const std::string& text) {
@@ -106,7 +104,7 @@ private:
 
     std::mutex mMutex;
     unsigned int mUsers = 0;
-    int mFd = -1;
+    std::atomic<int> mFd = -1;
 };
 
 std::string format(const char* pattern, const char* tag, const char* text) {
@@ -144,6 +142,10 @@ uint8_t Diag_LSM_Init(uint8_t*) {
 
 uint8_t Diag_LSM_DeInit(void) {
     return Log::getInstance().close() ? 1 : 0;
+}
+
+uint8_t diag_is_listening(uint32_t) {
+    return Log::getInstance().listening() ? 1 : 0;
 }
 
 void msg_sprintf(const diag_message_descriptor* descriptor, const char* tag, const char* text) {
