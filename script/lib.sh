@@ -38,8 +38,7 @@ need() {
 
 need_build() {
     need cmake ninja-build g++ ccache libcli11-dev nlohmann-json3-dev libpugixml-dev libedit-dev \
-        android-liblog android-liblog-dev mobile-broadband-provider-info libgtest-dev libgmock-dev \
-        libbenchmark-dev
+        android-liblog android-liblog-dev mobile-broadband-provider-info libgtest-dev libgmock-dev
 }
 
 need_clang() {
