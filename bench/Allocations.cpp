@@ -19,7 +19,6 @@ std::size_t allocations() {
 
 void* allocate(std::size_t size) {
     ++counted;
-    // Not an error of the benchmark's: there is no going on without memory.
     void* const memory = std::malloc(size);
     if (memory == nullptr) std::abort();
     return memory;

@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "Bed.h"
+#include "LocalLogBuffer.h"
 #include "Measure.h"
 #include "Process.h"
 #include "host/mox/MoxHost.h"
@@ -70,7 +71,8 @@ void printFootprint(const std::vector<std::string>& arguments, int output) {
         while (held.size() < filters)
             held.push_back(Manager::getInstance().filter(FilterProfileParams()));
     }
-    // What is free is no longer held, whatever it served.
+    // The log's history is the same however much is held; what is free is held by nothing.
+    LocalLogBuffer::getInstance().flush();
     malloc_trim(0);
     dprintf(output, "%ld\n", residentKibibytes());
     // As it is: giving all keys back would take longer than the measurement.

@@ -41,7 +41,7 @@ std::set<std::string> functionsTaken() {
     const std::unique_ptr<FILE, int (*)(FILE*)> output(popen(command.c_str(), "r"), pclose);
     std::set<std::string> functions;
     char line[512];
-    const std::regex own("\\s+U ([^_@\\s][^@\\s]*|__android[^@\\s]*)\\s*");
+    const std::regex own("\\s+[Uw] ([^_@\\s][^@\\s]*|__android[^@\\s]*)\\s*");
     while (std::fgets(line, sizeof(line), output.get()) != nullptr) {
         std::cmatch match;
         if (std::regex_match(static_cast<const char*>(line), match, own))
