@@ -19,9 +19,11 @@ namespace velo::test {
 namespace {
 
 using ::testing::Each;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using ::testing::UnorderedElementsAreArray;
 
 constexpr std::uint8_t kResultTag = 0x02;
 constexpr std::uint8_t kListTag = 0x03;
@@ -145,13 +147,24 @@ TEST_F(HostileModemTest, StrangeIndications) {
     EXPECT_EQ(manager().filter({}).size(), 3U);
 }
 
-TEST_F(HostileModemTest, ModemThatIsOffAtFirst) {
-    modem().powerOff();
-    manager().init(0, false);
-    EXPECT_FALSE(add("nobody"));
-    EXPECT_THAT(manager().filter({}), IsEmpty());
-    modem().powerOn();
-    expectRecovery();
+TEST_F(HostileModemTest, RefusalsChangeNothingAndAModificationSucceedsNevertheless) {
+    const auto key = add("mine");
+    settle();
+    const auto before = cachedImages();
+    modem().setGate([](const mox::Frame&) { return false; });
+    LogRecorder log;
+    EXPECT_FALSE(add("other"));
+    EXPECT_TRUE(manager().modifyProfile(ModifyProfileParams(byApn("changed")), key));
+    EXPECT_FALSE(manager().deleteProfile(key));
+    EXPECT_THAT(log.texts(LogLevel::Error),
+                ElementsAre("Unable send MOX_WDS_CREATE_PROFILE_REQ_V01 message",
+                            "Unable send MOX_WDS_MODIFY_PROFILE_SETTINGS_REQ_V01 message",
+                            "ProfileCache: failed to modify modem profile",
+                            "Unable send MOX_WDS_DELETE_PROFILE_REQ_V01 message",
+                            "ProfileCache: Failed to remove profile"));
+    EXPECT_THAT(cachedImages(), UnorderedElementsAreArray(before));
+    EXPECT_THAT(dumpSection("Pending:"), IsEmpty());
+    EXPECT_THAT(modem().profiles(0), SizeIs(4));
 }
 
 TEST_F(HostileModemTest, RestartsWhileIdle) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Indications of profile changes: what the proxy makes of them, pass by pass, and what the cache
-// does.
+// Indications of profile changes: what the proxy makes of them, pass by pass.
 
 #include <gmock/gmock.h>
 
@@ -18,11 +17,8 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 constexpr wds_profile_identifier_v01 kInternet{WDS_PROFILE_TYPE_3GPP, 1};
-constexpr const char* kConfirmed = "ProfileCache: pending transaction confirmed";
-constexpr const char* kForeign = "ProfileCache: updating cache due to indication!";
 
 TEST(ProfileChangedIndTest, Dumps) {
     const auto dump = [](int tech, int id, int event) {
@@ -212,99 +208,11 @@ TEST(CacheIndicationTest, UnknownEventChangesNothing) {
     LogRecorder log;
     cache.onIndication({TechType::TECH_3GPP, 1, static_cast<ProfileChangedEvent>(9)});
     EXPECT_THAT(log.texts(LogLevel::Event),
-                ElementsAre("ProfileCache: onIndication < 3GPP:1 9", kForeign));
+                ElementsAre("ProfileCache: onIndication < 3GPP:1 9",
+                            "ProfileCache: updating cache due to indication!"));
     EXPECT_THAT(log.texts(LogLevel::Error), ElementsAre("Invalid ProfileChangedEvent"));
     EXPECT_THAT(cache.dump(), ElementsAre("Cache:", "Pending:"));
 }
-
-class IndicationTest : public LibraryTest {
-protected:
-    IndicationTest() : LibraryTest(threeProfiles()) {}
-
-    std::size_t images(const std::string& part) const {
-        const auto all = cachedImages();
-        return static_cast<std::size_t>(std::count_if(
-            all.begin(), all.end(),
-            [&](const std::string& image) { return image.find(part) != std::string::npos; }));
-    }
-};
-
-TEST_F(IndicationTest, EchoesAreToldFromForeignChanges) {
-    LogRecorder log;
-    auto key = add("mine");
-    settle();
-    EXPECT_EQ(log.count(LogLevel::Event, kConfirmed), 2U);
-    const wds_profile_identifier_v01 id{WDS_PROFILE_TYPE_3GPP,
-                                        static_cast<std::uint8_t>(key->getProfileId())};
-    EXPECT_EQ(images("ApnName=mine,"), 1U);
-
-    // A third report is somebody else's: the image is read anew, and with it goes who made it.
-    log.clear();
-    modem().report(0, id, WDS_PROFILE_EVENT_MODIFY);
-    settle();
-    EXPECT_EQ(log.count(LogLevel::Event, kConfirmed), 0U);
-    EXPECT_EQ(log.count(LogLevel::Event, kForeign), 2U) << "the report, and the marker of settle()";
-    EXPECT_EQ(log.count(LogLevel::Debug, "~ModemProfile()"), 1U);
-    EXPECT_EQ(manager().getProfile(key)->getApnName(), "mine");
-    key.reset();
-    EXPECT_TRUE(
-        log.has(LogLevel::Event, "ProfileCache: ignoring non-persistent or non-velo created"));
-    EXPECT_EQ(modem().profiles(0).size(), 4U);
-}
-
-TEST_F(IndicationTest, ForeignChangesAreFollowed) {
-    const auto index = modem().addProfile(0, stored(WDS_PROFILE_TYPE_3GPP, 0, "foreign"));
-    ASSERT_TRUE(index);
-    const wds_profile_identifier_v01 id{WDS_PROFILE_TYPE_3GPP, *index};
-    settle();
-    EXPECT_EQ(images("ApnName=foreign,"), 1U);
-    const auto key = manager().filter(byApn("foreign")).front();
-
-    // Reported once more it is cached once more; a change reaches both, the deletion, too.
-    modem().report(0, id, WDS_PROFILE_EVENT_CREATE);
-    settle();
-    EXPECT_EQ(images("ApnName=foreign,"), 2U);
-
-    wds_profile_settings_v01 settings{};
-    settings.apn_name = text<kWdsApnNameSize>("Renamed");
-    ASSERT_TRUE(modem().modifyProfile(0, id, settings));
-    settle();
-    EXPECT_EQ(images("ApnName=renamed,"), 2U);
-    EXPECT_EQ(manager().getProfile(key)->getApnName(), "renamed");
-
-    ASSERT_TRUE(modem().deleteProfile(0, id));
-    modem().report(0, {WDS_PROFILE_TYPE_3GPP2, 1}, WDS_PROFILE_EVENT_DELETE);
-    settle();
-    EXPECT_EQ(images("ApnName=renamed,"), 0U);
-    EXPECT_THAT(cachedImages(), SizeIs(3));
-    EXPECT_FALSE(manager().getProfile(key));
-}
-
-TEST_F(IndicationTest, UnreadableProfileIsKeptAsNull) {
-    modem().setGate([](const mox::Frame& f) { return f.messageId != kWdsGetProfileSettingsReq; });
-    modem().report(0, kInternet, WDS_PROFILE_EVENT_CREATE);
-    modem().report(0, kInternet, WDS_PROFILE_EVENT_MODIFY);
-    settle();
-    EXPECT_EQ(images("null"), 2U);
-    EXPECT_EQ(images("ApnName=internet,"), 0U);
-    EXPECT_THAT(cachedImages(), SizeIs(4));
-}
-
-class RebuildTest : public IndicationTest, public ::testing::WithParamInterface<std::uint32_t> {};
-
-TEST_P(RebuildTest, DropsAllKeysAndReadsAnew) {
-    const auto key = manager().filter(byApn("internet")).front();
-    LogRecorder log;
-    modem().report(0, kInternet, static_cast<wds_profile_event_enum_v01>(GetParam()));
-    settle();
-    EXPECT_EQ(log.count(LogLevel::Event, "Refreshed Profiles:"), 1U);
-    EXPECT_FALSE(manager().getProfile(key));
-    EXPECT_THAT(cachedImages(), SizeIs(3));
-}
-
-INSTANTIATE_TEST_SUITE_P(Events, RebuildTest,
-                         ::testing::Values(WDS_PROFILE_EVENT_SUBSCRIPTION_CHANGE,
-                                           WDS_PROFILE_EVENT_READY, 0U, 7U, 0xFFFFFFFFU));
 
 }  // namespace
 }  // namespace velo::test
