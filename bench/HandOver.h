@@ -38,10 +38,13 @@ public:
 
     /// Has the other thread run `work`, if there is any, and waits until it has.
     void post(const std::function<void()>* work = nullptr) {
-        std::unique_lock lock(mMutex);
+        {
+            const std::lock_guard lock(mMutex);
+            mWork = work;
+            mRequested = true;
+        }
         eventfd_write(mEvent, 1);
-        mWork = work;
-        mRequested = true;
+        std::unique_lock lock(mMutex);
         mCv.wait(lock, [this] { return mAnswered; });
         mAnswered = false;
     }
