@@ -48,6 +48,16 @@ TEST(ApnDatabase, ReadsEveryRecordOfTheRealList) {
     EXPECT_EQ(database.network("26201").records.size(), 7U);
 }
 
+TEST(ApnDatabase, FindsANetworkHoweverItsCodeIsWritten) {
+    const TemporaryFile file(
+        "<apns><apn carrier=\"c\" mcc=\"0a-1\" mnc=\"0B\" apn=\"web\"/>"
+        "<apn carrier=\"c\" mcc=\"-\" mnc=\"01\" apn=\"web\"/></apns>");
+    const ApnDatabase database(file.path());
+    for (const char* sim : {"0a10b", "0A1-0b", "none"}) {
+        EXPECT_EQ(database.network(sim).records.size(), 1U) << sim;
+    }
+}
+
 TEST(ApnDatabase, WhatARecordLeavesOutIsWhatAndroidTakesForIt) {
     const ProfileParams params = onlyRecord("apn=\"web\"").params;
     EXPECT_EQ(params.dump(),

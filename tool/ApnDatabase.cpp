@@ -35,6 +35,13 @@ std::optional<int> numberOf(const std::string& text) {
     return number;
 }
 
+/// The form in which networks are kept and found, however a person or a list writes their codes.
+std::string codeOf(const std::string& text) {
+    std::string code = lowerCase(text);
+    std::erase(code, '-');
+    return code;
+}
+
 std::string trimmed(const pugi::xml_node& node, const char* name) {
     const std::string text = node.attribute(name).value();
     const std::size_t first = text.find_first_not_of(" \t");
@@ -77,9 +84,7 @@ ApnDatabase::ApnDatabase(const std::string& path) : mPath(path) {
 }
 
 const ApnNetwork& ApnDatabase::network(const std::string& sim) const {
-    std::string id = lowerCase(sim);
-    std::erase(id, '-');
-    const auto place = mPlaces.find(id);
+    const auto place = mPlaces.find(codeOf(sim));
     if (place == mPlaces.end()) {
         throw CommandError(
             kUsage, mPath + " has no network " + sim + "; velo carriers lists those that it has");
@@ -138,8 +143,8 @@ void ApnDatabase::readRecord(const pugi::xml_node& node) {
     }
     record.params.setApnTypesMask(readTypes(node));
 
-    const std::string mcc = trimmed(node, "mcc");
-    const std::string mnc = trimmed(node, "mnc");
+    const std::string mcc = codeOf(trimmed(node, "mcc"));
+    const std::string mnc = codeOf(trimmed(node, "mnc"));
     networkOf(mcc.empty() || mnc.empty() ? kNoNetwork : mcc + mnc).records.push_back(record);
 }
 
