@@ -5,21 +5,19 @@
 #include <algorithm>
 #include <sstream>
 
-#include "fuzz/Scratch.h"
+#include "fuzz/MemoryFile.h"
 #include "modem/DecodeCommand.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace velo;
-    static const fuzz::MemoryFile file;
-    const std::string path = file.hold({data, size});
+void velo::fuzz::run(Bytes bytes) {
+    static const MemoryFile file;
+    const std::string path = file.hold(textOf(bytes));
     for (const auto format : {modem::DecodeFormat::Text, modem::DecodeFormat::JsonLines}) {
         std::ostringstream out;
         std::ostringstream errors;
         const int status = modem::decodeCommand(path, out, errors, format);
         const std::string text = errors.str();
-        fuzz::ensure(status == (text.empty() ? 0 : 2), "a refusal has its status");
-        fuzz::ensure(text.empty() || std::count(text.begin(), text.end(), '\n') == 1,
-                     "a refusal is one line");
+        ensure(status == (text.empty() ? 0 : 2), "a refusal has its status");
+        ensure(text.empty() || std::count(text.begin(), text.end(), '\n') == 1,
+               "a refusal is one line");
     }
-    return 0;
 }

@@ -49,14 +49,12 @@ void thereAndBack(const mox::MessageDefinition& message, const Structure& struct
 }
 
 }  // namespace
-}  // namespace velo::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace velo::fuzz;
-    const auto messages = velo::mox::wdsService().messages;
-    Input input({data, size});
-    const auto& message = messages[input.value<std::uint8_t>() % messages.size()];
-    const Bytes bytes = input.rest();
+void run(Bytes input) {
+    const auto messages = mox::wdsService().messages;
+    Input parts(input);
+    const auto& message = messages[parts.value<std::uint8_t>() % messages.size()];
+    const Bytes bytes = parts.rest();
 
     Structure structure(message);
     if (structure.decode(bytes)) {
@@ -72,5 +70,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         ensure(clean.decode(encoded), "whatever was encoded can be decoded");
         thereAndBack(message, clean);
     }
-    return 0;
 }
+
+}  // namespace velo::fuzz

@@ -5,11 +5,11 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <string>
 
 #include "fuzz/Input.h"
 #include "host/mox/Socket.h"
@@ -24,8 +24,7 @@ constexpr int kLifetime = 2000;
 
 class Controlled {
 public:
-    Controlled()
-        : mServer(mPath, [this](const std::string& line) { return mModem.control(line); }) {
+    Controlled() {
         sockaddr_un address;
         ensure(mox::makeAddress(mPath, address) &&
                    ::connect(mSocket.get(), reinterpret_cast<const sockaddr*>(&address),
@@ -33,48 +32,49 @@ public:
                "the control channel can be reached");
     }
 
-    void order(const std::string& line) {
-        const std::string sent = line + "\n";
-        ensure(::send(mSocket.get(), sent.data(), sent.size(), MSG_NOSIGNAL) ==
-                   static_cast<ssize_t>(sent.size()),
-               "an order is taken");
-        const auto answer = nlohmann::json::parse(receive(), nullptr, false);
-        ensure(answer.is_object() && (answer.contains("ok") || answer.contains("error")),
-               "an order is answered");
+    void order(const std::string& lines) const {
+        ensure(::send(mSocket.get(), lines.data(), lines.size(), MSG_NOSIGNAL) ==
+                   static_cast<ssize_t>(lines.size()),
+               "orders are taken");
+        std::istringstream answers(receive(std::count(lines.begin(), lines.end(), '\n')));
+        for (std::string line; std::getline(answers, line);) {
+            const auto answer = nlohmann::json::parse(line, nullptr, false);
+            ensure(answer.is_object() && (answer.contains("ok") || answer.contains("error")),
+                   "an order is answered");
+        }
     }
 
 private:
-    std::string receive() const {
-        std::string answer;
-        while (answer.empty() || answer.back() != '\n') {
-            char part[4096];
+    std::string receive(std::ptrdiff_t lines) const {
+        std::string answers;
+        while (lines > 0) {
+            char part[16384];
             const ssize_t got = ::recv(mSocket.get(), part, sizeof part, 0);
             // The fuzzer's own clock interrupts.
             if (got < 0 && errno == EINTR) continue;
             ensure(got > 0, "the control channel stays open");
-            answer.append(part, static_cast<std::size_t>(got));
+            lines -= std::count(part, part + got, '\n');
+            answers.append(part, static_cast<std::size_t>(got));
         }
-        ensure(answer.find('\n') + 1 == answer.size(), "an answer is one line");
-        return answer;
+        ensure(lines == 0 && answers.back() == '\n', "an answer is one line");
+        return answers;
     }
 
     modem::Modem mModem;
     const std::string mPath = mModem.socketPath() + ".control";
-    modem::ControlServer mServer;
+    const modem::ControlServer mServer{
+        modem::ListenSocket(mPath, SOCK_STREAM),
+        [this](const std::string& line) { return mModem.control(line); }};
     const mox::Descriptor mSocket{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
 };
 
 }  // namespace
-}  // namespace velo::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace velo::fuzz;
+void run(Bytes bytes) {
     static std::unique_ptr<Controlled> modem;
     static int age = 0;
     if (age++ % kLifetime == 0) modem = std::make_unique<Controlled>();
-    std::istringstream lines(std::string(reinterpret_cast<const char*>(data), size));
-    for (std::string line; std::getline(lines, line);) {
-        modem->order(line);
-    }
-    return 0;
+    modem->order(textOf(bytes) + "\n");
 }
+
+}  // namespace velo::fuzz

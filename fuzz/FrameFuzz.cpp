@@ -13,31 +13,29 @@
 #include "modem/FrameText.h"
 #include "modem/FrameView.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace velo;
-    fuzz::Input input({data, size});
+void velo::fuzz::run(Bytes bytes) {
+    Input input(bytes);
     modem::CapturedFrame captured;
     captured.time = input.value<std::uint64_t>();
     captured.client = input.value<std::uint32_t>();
     captured.direction =
         input.value<bool>() ? modem::Direction::FromModem : modem::Direction::ToModem;
-    const fuzz::Bytes bytes = input.rest();
-    captured.bytes.assign(bytes.begin(), bytes.end());
+    const Bytes packet = input.rest();
+    captured.bytes.assign(packet.begin(), packet.end());
 
-    const auto frame = mox::Frame::unpack(bytes);
-    const modem::FrameView view(bytes);
+    const auto frame = mox::Frame::unpack(packet);
+    const modem::FrameView view(packet);
     bool sound = frame.has_value();
     if (frame) {
-        fuzz::ensure(frame->pack() == captured.bytes, "a frame is packed as it was");
+        ensure(frame->pack() == captured.bytes, "a frame is packed as it was");
         const auto* message =
             mox::wdsService().find(static_cast<mox_message_kind>(frame->kind), frame->messageId);
-        fuzz::ensure(message == view.message, "the view knows the messages of the service");
+        ensure(message == view.message, "the view knows the messages of the service");
         std::vector<std::uint8_t> structure(message == nullptr ? 0 : message->size);
         sound = message == nullptr || mox::decode(*message, frame->payload, structure.data());
     }
-    fuzz::ensure(view.problems.empty() == sound, "the view and the codec agree");
+    ensure(view.problems.empty() == sound, "the view and the codec agree");
     modem::frameText(captured);
     modem::frameJson(captured).dump(-1, ' ', false,
                                     nlohmann::ordered_json::error_handler_t::replace);
-    return 0;
 }

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -14,6 +13,13 @@
 namespace velo::fuzz {
 
 using Bytes = std::span<const std::uint8_t>;
+
+/// What a target does with one input of the fuzzer: each target has its own.
+void run(Bytes bytes);
+
+inline std::string textOf(Bytes bytes) {
+    return {bytes.begin(), bytes.end()};
+}
 
 /// Ends the process, which is how the fuzzer learns of it, when what must hold does not.
 inline void ensure(bool holds, const char* what) {
@@ -40,8 +46,7 @@ public:
         if constexpr (std::is_same_v<T, bool>) {
             return (value<std::uint8_t>() & 1) != 0;
         } else if constexpr (std::is_same_v<T, std::string>) {
-            const Bytes text = take(value<std::uint8_t>());
-            return {text.begin(), text.end()};
+            return textOf(take(value<std::uint8_t>()));
         } else {
             const Bytes bytes = take(sizeof(T));
             T value{};

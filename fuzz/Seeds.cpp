@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Writes what the fuzzers begin with into a folder, a corpus for each target and a dictionary for
-// those that read text: from a session of the library with the simulated modem, and from the tables
-// of its orders and settings.
+// those that read text: from a session of the library with the simulated modem, the tables of
+// orders, commands and settings, and the carrier list.
 
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <set>
 #include <string>
 #include <thread>
@@ -23,6 +23,11 @@
 #include "modem/Modem.h"
 #include "modem/OrderTable.h"
 #include "modem/ProfileJson.h"
+#include "tool/ApnDatabase.h"
+#include "tool/Command.h"
+#include "tool/Setting.h"
+#include "tool/TextFile.h"
+#include "tool/WantedRecords.h"
 #include "velo/Manager.h"
 
 namespace velo::fuzz {
@@ -39,7 +44,14 @@ public:
         std::ofstream(mFolder / target / ("seed" + std::to_string(++mLast))) << seed;
     }
 
-    void word(const std::string& text) { mWords.insert(text); }
+    /// With the names in it for the dictionary.
+    void putText(const std::string& target, const std::string& seed) {
+        static const std::regex names(R"(--[a-z-]+|</?[a-z]+|[a-z_]+=|"[a-z_0-9]+":|true|false)");
+        put(target, seed);
+        for (std::sregex_iterator at(seed.begin(), seed.end(), names), end; at != end; ++at) {
+            mWords.insert(at->str());
+        }
+    }
 
     void writeDictionary() const {
         std::ofstream file(mFolder / "words");
@@ -54,10 +66,11 @@ private:
     int mLast = 0;
 };
 
-std::string textOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+constexpr const char* kRecords =
+    R"([{"technology": "3gpp", "apn": "internet", "user": "me", "password": "secret",
+    "auth": "pap_chap", "ip": "v4v6", "roam_ip": "v4", "types": ["default", "ims"], "class": "inet",
+    "clat": true, "emergency_capable": true, "disabled": false, "max_conns": 3,
+    "max_conns_time": 60, "wait_time": 5}])";
 
 std::string chunk(const std::string& bytes) {
     const auto length = bytes.size();
@@ -65,7 +78,11 @@ std::string chunk(const std::string& bytes) {
 }
 
 /// Everything that the library and the modem say to each other.
-void talk(const std::string& capture) {
+void talk(const fs::path& folder, const std::string& capture) {
+    const std::string records = folder / "records.json";
+    std::ofstream(records) << kRecords;
+    const auto params = tool::WantedRecords::read(records, "").all().front();
+    fs::remove(records);
     modem::ModemOptions options;
     options.captureFile = capture;
     const modem::Modem modem(options);
@@ -75,21 +92,6 @@ void talk(const std::string& capture) {
     while (manager.filter({}).empty()) {
         std::this_thread::yield();
     }
-    AddProfileParams params(true, TechType::TECH_3GPP, false);
-    params.setApnName("internet");
-    params.setUserName("me");
-    params.setPassword("secret");
-    params.setAuthType(AuthType::PAP_CHAP);
-    params.setHomeIPType(IPType::V4V6);
-    params.setRoamIPType(IPType::V4);
-    params.setApnTypesMask(0x41);
-    params.setApnClass(ApnClass::INET);
-    params.setIsClatEnabled(true);
-    params.setIsEmergencySupported(true);
-    params.setIsApnDisabled(false);
-    params.setMaxPdnsConnPerBlock(3);
-    params.setMaxPdnConnTimer(60);
-    params.setPdnReqWaitInterval(5);
     for (const auto tech : {TechType::TECH_3GPP, TechType::TECH_3GPP2}) {
         const auto key = manager.addProfile(AddProfileParams(params, true, tech, false));
         ModifyProfileParams change;
@@ -103,7 +105,7 @@ void talk(const std::string& capture) {
 
 void putFrames(Seeds& seeds, const std::string& capture) {
     using std::string;
-    seeds.put("capture", textOf(capture).substr(0, 4000));
+    seeds.put("capture", tool::readTextFile(capture).substr(0, 4000));
     string script;
     modem::CaptureReader reader(capture);
     while (const auto captured = reader.next()) {
@@ -125,11 +127,13 @@ void putFrames(Seeds& seeds, const std::string& capture) {
         if (kind == MOX_MESSAGE_RESPONSE && frame.messageId == kWdsGetProfileSettingsReq) {
             for (const char tech : {'\0', '\1'}) {
                 seeds.put("profile",
-                          tech + chunk(payload) + string("\7\1\0\3abc\0\0\1\0\3def", 15));
+                          tech + chunk(payload) + string("\7\1\0\3abc\0\0\1\0\3def", 14));
+                seeds.put("record", tech + ("\1" + payload));
             }
         }
         if (kind == MOX_MESSAGE_INDICATION) seeds.put("worker", script);
     }
+    seeds.put("record", string("\0\0\xFF\x3F\3apn\2me\6secret", 17) + string(40, '\1'));
 }
 
 /// Each message with all that it can hold: what is one too many is a small step from there.
@@ -148,29 +152,51 @@ void putFull(Seeds& seeds) {
     }
 }
 
-void putTexts(Seeds& seeds) {
+void putOrders(Seeds& seeds) {
     for (const modem::Order& order : modem::orderTable()) {
-        seeds.put("control", order.example);
-        seeds.word(order.name);
-        for (const auto& member : order.members)
-            seeds.word("\"" + std::string(member.name) + "\":");
+        seeds.putText("control", order.example);
     }
     const auto profiles = modem::builtInProfiles();
-    seeds.put("state", modem::profileSetToJson(profiles).dump());
+    seeds.putText("state", modem::profileSetToJson(profiles).dump());
     for (const auto& profile : profiles) {
-        seeds.put("control",
-                  R"({"order": "add", "profile": )" + modem::profileToJson(profile).dump() + "}");
+        seeds.putText("control", R"({"order": "add", "profile": )" +
+                                     modem::profileToJson(profile).dump() + "}");
     }
-    for (const mox::Field& field : mox::wdsSettingsFields()) {
-        seeds.word("\"" + std::string(field.name) + "\":");
+}
+
+void putLists(Seeds& seeds) {
+    const std::string text = tool::readTextFile(tool::kDefaultApnFile);
+    std::string list;
+    for (std::size_t at = text.find("<apn "); at != std::string::npos;) {
+        const std::size_t next = text.find("<apn ", at + 1);
+        list += text.substr(at, next - at);
+        if (list.size() > 1500) {
+            seeds.putText("apn", "<apns version=\"8\">" + list + "</apns>");
+            list.clear();
+        }
+        at = next;
     }
+    seeds.putText("apn", kRecords);
+}
+
+void putCommands(Seeds& seeds) {
+    std::string all;
+    for (const tool::Command& command : tool::commands()) {
+        const std::string line = command.example.substr(command.example.find("velo ") + 5);
+        seeds.putText("command", line);
+        all += line + "\n";
+    }
+    for (const tool::Setting& setting : tool::settings()) {
+        all += "list --" + setting.name + "\n";
+    }
+    seeds.putText("command", all);
 }
 
 void putState(Seeds& seeds, const fs::path& folder) {
     modem::ModemOptions options;
     options.stateFile = folder / "state.json";
     { const modem::Modem modem(options); }
-    seeds.put("state", textOf(options.stateFile));
+    seeds.putText("state", tool::readTextFile(options.stateFile));
     fs::remove(options.stateFile);
     fs::remove(options.stateFile + ".lock");
 }
@@ -184,11 +210,13 @@ int main(int, char** argv) {
     fs::create_directories(folder);
     Seeds seeds(folder);
     const std::string capture = folder / "capture.pcapng";
-    talk(capture);
+    talk(folder, capture);
     putFrames(seeds, capture);
     fs::remove(capture);
     putFull(seeds);
-    putTexts(seeds);
+    putOrders(seeds);
+    putLists(seeds);
+    putCommands(seeds);
     putState(seeds, folder);
     seeds.writeDictionary();
     return 0;

@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any file as the state of a modem, and any profiles as what it is to keep: what is loaded is saved
-// and loaded as it was, what is refused is left alone.
+// Any file as the state of a modem, as it is and with its checksum put right, and any profiles as
+// what it is to keep: what is loaded is saved and loaded as it was, what is refused is left alone.
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <optional>
 
-#include "fuzz/Records.h"
+#include "fuzz/Input.h"
 #include "modem/ModemError.h"
 #include "modem/ProfileJson.h"
+#include "modem/ProfileStore.h"
 #include "modem/StateFile.h"
 
 namespace velo::fuzz {
@@ -19,7 +21,17 @@ namespace {
 
 using Stores = modem::StateFile::Stores;
 
-constexpr std::size_t kCapacity = 20;
+constexpr std::size_t kCapacity = 4;
+
+/// The checksum that zip files and network frames have.
+std::uint32_t crc32(const std::string& text) {
+    std::uint32_t crc = ~0U;
+    for (const char byte : text) {
+        crc ^= static_cast<std::uint8_t>(byte);
+        for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc % 2 * 0xEDB88320);
+    }
+    return ~crc;
+}
 
 class State {
 public:
@@ -27,17 +39,20 @@ public:
         ensure(::mkdtemp(mFolder.data()) != nullptr, "a folder can be made");
         mFile.emplace(mFolder + "/state");
     }
-    ~State() {
-        mFile.reset();
-        std::filesystem::remove_all(mFolder);
-    }
+    ~State() { std::filesystem::remove_all(mFolder); }
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
     void load(const std::string& text) const {
         std::ofstream(mFolder + "/state") << text;
         try {
-            keep(mFile->boot(Stores(2), kCapacity));
+            const Stores stores = mFile->boot(Stores(2), kCapacity);
+            ensure(stores.size() == 2, "a modem has its own number of stores");
+            for (const auto& profiles : stores) {
+                const modem::ProfileStore store(kCapacity, profiles);
+                ensure(store.all().size() == profiles.size(), "what is loaded fits into a store");
+            }
+            keep(stores);
         } catch (const modem::ModemError&) {
             std::ifstream file(mFolder + "/state");
             ensure(std::equal(text.begin(), text.end(), std::istreambuf_iterator<char>(file), {}),
@@ -48,11 +63,11 @@ public:
     void keep(const Stores& stores) const {
         ensure(mFile->save(stores) == 0, "stores can be saved");
         const Stores read = mFile->boot(Stores(stores.size()), 256);
-        ensure(read.size() == stores.size(), "as many stores are read as were saved");
-        for (std::size_t i = 0; i < read.size(); ++i) {
-            ensure(modem::profileSetToJson(read[i]) == modem::profileSetToJson(stores[i]),
-                   "profiles are read as they were saved");
-        }
+        ensure(std::equal(read.begin(), read.end(), stores.begin(), stores.end(),
+                          [](const auto& one, const auto& other) {
+                              return modem::profileSetToJson(one) == modem::profileSetToJson(other);
+                          }),
+               "stores are read as they were saved");
     }
 
 private:
@@ -61,19 +76,23 @@ private:
 };
 
 }  // namespace
-}  // namespace velo::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace velo;
-    static const fuzz::State state;
-    const std::string text(reinterpret_cast<const char*>(data), size);
+void run(Bytes bytes) {
+    static const State state;
+    const std::string text = textOf(bytes);
     state.load(text);
     try {
-        auto profiles = modem::profileSetFromJson(modem::jsonFromText(text));
+        auto document = modem::jsonFromText(text);
+        if (document.contains("subscriptions")) {
+            document["checksum"] = crc32(document["subscriptions"].dump());
+            return state.load(document.dump());
+        }
+        auto profiles = modem::profileSetFromJson(document);
         std::erase_if(profiles, [](const auto& profile) { return !profile.persistent; });
         state.keep({profiles, {}});
     } catch (const modem::ModemError&) {
         // No set of profiles.
     }
-    return 0;
 }
+
+}  // namespace velo::fuzz

@@ -12,7 +12,6 @@
 #include "EventFd.h"
 #include "EventManager.h"
 #include "ProfileCache.h"
-#include "fuzz/Quiet.h"
 #include "fuzz/Records.h"
 #include "fuzz/ScriptedModem.h"
 
@@ -111,16 +110,14 @@ private:
 };
 
 }  // namespace
-}  // namespace velo::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace velo::fuzz;
-    logToNowhere();
-    Input input({data, size});
+void run(Bytes bytes) {
+    Input input(bytes);
     Worker worker(input);
     while (!input.empty()) {
         worker.step();
         if (!input.value<bool>()) worker.work();
     }
-    return 0;
 }
+
+}  // namespace velo::fuzz

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <string_view>
 
 #include "fuzz/Input.h"
 #include "host/mox/Descriptor.h"
@@ -15,20 +16,17 @@ namespace velo::fuzz {
 /// A file for readers that want a path; in memory, and gone with the process. Used by one thread.
 class MemoryFile {
 public:
-    MemoryFile() : mFile(::memfd_create("fuzz", MFD_CLOEXEC)) {}
-
     /// Replaces what the file holds.
     /// @return its path
-    std::string hold(Bytes bytes) const {
-        ensure(::ftruncate(mFile.get(), 0) == 0 &&
-                   ::pwrite(mFile.get(), bytes.data(), bytes.size(), 0) ==
-                       static_cast<ssize_t>(bytes.size()),
+    std::string hold(std::string_view text) const {
+        ensure(::ftruncate(mFile.get(), 0) == 0 && ::pwrite(mFile.get(), text.data(), text.size(),
+                                                            0) == static_cast<ssize_t>(text.size()),
                "a file in memory can be written");
         return "/proc/self/fd/" + std::to_string(mFile.get());
     }
 
 private:
-    const mox::Descriptor mFile;
+    const mox::Descriptor mFile{::memfd_create("fuzz", MFD_CLOEXEC)};
 };
 
 }  // namespace velo::fuzz
