@@ -50,20 +50,20 @@ void thereAndBack(const mox::MessageDefinition& message, const Structure& struct
 
 }  // namespace
 
-void run(Bytes input) {
+void run(Bytes bytes) {
     const auto messages = mox::wdsService().messages;
-    Input parts(input);
-    const auto& message = messages[parts.value<std::uint8_t>() % messages.size()];
-    const Bytes bytes = parts.rest();
+    Input input(bytes);
+    const auto& message = messages[input.value<std::uint8_t>() % messages.size()];
+    const Bytes rest = input.rest();
 
     Structure structure(message);
-    if (structure.decode(bytes)) {
+    if (structure.decode(rest)) {
         thereAndBack(message, structure);
     } else {
         ensure(structure.empty(), "a refused message leaves nothing behind");
     }
 
-    structure.copy(bytes);
+    structure.copy(rest);
     std::vector<std::uint8_t> encoded;
     if (structure.encode(encoded)) {
         Structure clean(message);
