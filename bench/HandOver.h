@@ -38,13 +38,10 @@ public:
 
     /// Has the other thread run `work`, if there is any, and waits until it has.
     void post(const std::function<void()>* work = nullptr) {
-        {
-            const std::lock_guard lock(mMutex);
-            mWork = work;
-            mRequested = true;
-        }
-        eventfd_write(mEvent, 1);
         std::unique_lock lock(mMutex);
+        eventfd_write(mEvent, 1);
+        mWork = work;
+        mRequested = true;
         mCv.wait(lock, [this] { return mAnswered; });
         mAnswered = false;
     }

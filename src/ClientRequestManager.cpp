@@ -92,26 +92,17 @@ std::shared_ptr<ClientResponse> ClientRequestManager::handOver(
         deferRelease(request);
         return nullptr;
     }
-    std::shared_ptr<ClientRequest> before = request;
-    {
-        const std::lock_guard lock(mMutex);
-        if (mClosing) {
-            return nullptr;
-        }
-        mRequest.swap(before);
-    }
-    // Unlocked: the worker may run at once, and would have to sleep again on a mutex that is held.
-    const ssize_t written = mEventFd->signal();
     std::unique_lock lock(mMutex);
+    if (mClosing) {
+        return nullptr;
+    }
+    const ssize_t written = mEventFd->signal();
     if (written != static_cast<ssize_t>(sizeof(std::uint64_t))) {
         logLine(LogLevel::Error, "error in writing rv: %d error: %s", static_cast<int>(written),
                 std::strerror(errno));
-        // Unless another wake-up has had it carried out, the slot is left as it was.
-        if (mRequest == request) {
-            mRequest.swap(before);
-            return nullptr;
-        }
+        return nullptr;
     }
+    mRequest = request;
     mCv.wait(lock, [this] { return mResponse != nullptr || mGivenUp || mClosing; });
     mGivenUp = false;
     return std::exchange(mResponse, nullptr);
