@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <utility>
 
 namespace velo::model {
@@ -17,11 +18,7 @@ constexpr int kModify = 2;
 constexpr const char* kUnknownToken = "ProfileCache: token is not present or expired";
 
 std::string textOf(const KeyPtr& key) {
-    return key ? key->text() : "";
-}
-
-wds_profile_type_enum_v01 typeOf(TechType tech) {
-    return static_cast<wds_profile_type_enum_v01>(tech);
+    return key ? key->dump() : "";
 }
 
 }  // namespace
@@ -49,14 +46,9 @@ void CacheModel::endStep() {
     }
 }
 
-void CacheModel::expect(LogLevel level, std::string_view text) {
+std::size_t CacheModel::expectOneOf(LogLevel level, const std::vector<std::string>& texts) {
     releaseDropped();
-    mTrace.expect(level, text);
-}
-
-const std::string* CacheModel::nextLine() {
-    releaseDropped();
-    return mTrace.next();
+    return mTrace.expectOneOf(level, texts);
 }
 
 void CacheModel::begin(const char* operation, const std::string& request) {
@@ -79,13 +71,11 @@ KeyPtr CacheModel::addProfile(const AddProfileParams& params) {
         if (tech != TechType::TECH_3GPP && tech != TechType::TECH_3GPP2) {
             expect(LogLevel::Error, "ProfileCache: failed to create profile");
         } else if (exchange("MOX_WDS_CREATE_PROFILE_REQ_V01", [&] {
-                       image.id =
-                           mStores.at(mSubscription)
-                               .create({{typeOf(tech), 0}, image.isPersistent, settingsOf(image)});
+                       const auto type = static_cast<wds_profile_type_enum_v01>(tech);
+                       image.id = mModem.create(mModem.subscription(),
+                                                {{type, 0}, image.isPersistent, settingsOf(image)});
                        return image.id >= 0;
                    })) {
-            report(typeOf(tech), image.id, WDS_PROFILE_EVENT_CREATE);
-            report(typeOf(tech), image.id, WDS_PROFILE_EVENT_MODIFY);
             mPending.push_back({tech, image.id, kCreate});
             mPending.push_back({tech, image.id, kModify});
             expect(LogLevel::Event, "Added: " + image.text());
@@ -100,15 +90,14 @@ KeyPtr CacheModel::addProfile(const AddProfileParams& params) {
 
 bool CacheModel::modifyProfile(const ModifyProfileParams& params, const KeyPtr& key) {
     begin("modifyProfile", "Modify " + textOf(key) + " " + params.dump());
-    const auto* const found = find(key, LogLevel::Event);
+    auto* const found = find(key, LogLevel::Event);
     if (found != nullptr && *found) {
-        Image& image = *mProfiles[key->token];
+        Image& image = **found;
         if (auto delta = difference(image, params)) {
             if (exchange("MOX_WDS_MODIFY_PROFILE_SETTINGS_REQ_V01", [&] {
-                    return mStores.at(mSubscription)
-                        .modify(image.tech, image.id, settingsOf(*delta));
+                    return mModem.modify(mModem.subscription(), image.tech, image.id,
+                                         settingsOf(*delta));
                 })) {
-                report(typeOf(image.tech), image.id, WDS_PROFILE_EVENT_MODIFY);
                 apply(image, *delta);
                 expect(LogLevel::Event, "Diff: " + delta->text());
                 mPending.push_back({image.tech, image.id, kModify});
@@ -149,7 +138,7 @@ CacheModel::Keys CacheModel::filter(const FilterProfileParams& params) {
             } else if (matches(*image, params)) {
                 ++image->refCount;
                 Key key{image->tech, image->id, token, mCache};
-                found.emplace(key.text(), std::make_shared<Key>(key));
+                found.emplace(key.dump(), std::make_shared<Key>(key));
             }
         }
     }
@@ -176,9 +165,9 @@ KeyPtr CacheModel::takeNext(Keys& keys) {
     auto next = keys.begin();
     if (keys.size() > 1) {
         constexpr std::string_view kModifies = "Manager::modifyProfile > Modify ";
-        const std::string* const line = mTrace.nextWith(kModifies);
+        const std::string* const line = mTrace.next(kModifies);
         const auto named = std::find_if(keys.begin(), keys.end(), [&](const KeyPtr& key) {
-            return line != nullptr && line->substr(kModifies.size()).starts_with(key->text() + " ");
+            return line != nullptr && line->substr(kModifies.size()).starts_with(key->dump() + " ");
         });
         if (named != keys.end() && mIsOrderCut) next = named;
     }
@@ -218,9 +207,9 @@ void CacheModel::refresh(PDCRefreshStatus status) {
 void CacheModel::registerListener(int listener, const KeyPtr& key) {
     if (key->cache != mCache) return;
     expect(LogLevel::Info,
-           "Handling Callback Register " + key->text() + std::to_string(key->token));
-    if (const auto* const found = find(key, LogLevel::Error); found != nullptr && *found) {
-        mProfiles[key->token]->listeners.emplace_back(listener, key);
+           "Handling Callback Register " + key->dump() + std::to_string(key->token));
+    if (auto* const found = find(key, LogLevel::Error); found != nullptr && *found) {
+        (*found)->listeners.emplace_back(listener, key);
     }
 }
 
@@ -245,15 +234,12 @@ void CacheModel::releaseDropped() {
 }
 
 void CacheModel::release(unsigned long long token) {
-    mTrace.expect(LogLevel::Info, "Handling Callback Release " + std::to_string(token));
-    if (!mIsBlocked) releaseProfile(token);
-}
-
-void CacheModel::releaseProfile(unsigned long long token) {
-    mTrace.expect(LogLevel::Event, "ProfileCache: releaseProfile token=" + std::to_string(token));
+    follow(LogLevel::Info, "Handling Callback Release " + std::to_string(token));
+    if (mIsBlocked) return;
+    follow(LogLevel::Event, "ProfileCache: releaseProfile token=" + std::to_string(token));
     const auto found = mProfiles.find(token);
     if (found == mProfiles.end()) {
-        mTrace.expect(LogLevel::Error, kUnknownToken);
+        follow(LogLevel::Error, kUnknownToken);
         return;
     }
     if (!found->second) return;
@@ -262,39 +248,17 @@ void CacheModel::releaseProfile(unsigned long long token) {
     if (image.refCount >= 2) {
         --image.refCount;
     } else if (image.isPersistent || !image.isVeloCreated) {
-        mTrace.expect(LogLevel::Event, "ProfileCache: ignoring non-persistent or non-velo created");
+        follow(LogLevel::Event, "ProfileCache: ignoring non-persistent or non-velo created");
     } else if (sendRemove(image.tech, image.id)) {
-        mTrace.expect(LogLevel::Event, "Released profile " + std::to_string(image.id));
+        follow(LogLevel::Event, "Released profile " + std::to_string(image.id));
         mPending.push_back({image.tech, image.id, kDelete});
         erase(token);
     } else {
-        mTrace.expect(LogLevel::Error, "ProfileCache: failed to release profile");
+        follow(LogLevel::Error, "ProfileCache: failed to release profile");
     }
 }
 
-int CacheModel::foreignCreate(unsigned int subscription, const modem::StoredProfile& profile) {
-    const int index = mStores.at(subscription).create(profile);
-    if (index >= 0 && subscription == mSubscription) {
-        report(profile.id.profile_type, index, WDS_PROFILE_EVENT_CREATE);
-        report(profile.id.profile_type, index, WDS_PROFILE_EVENT_MODIFY);
-    }
-    return index;
-}
-
-void CacheModel::foreignModify(unsigned int subscription, TechType tech, int index,
-                               const wds_profile_settings_v01& settings) {
-    if (mStores.at(subscription).modify(tech, index, settings) && subscription == mSubscription) {
-        report(typeOf(tech), index, WDS_PROFILE_EVENT_MODIFY);
-    }
-}
-
-void CacheModel::foreignRemove(unsigned int subscription, TechType tech, int index) {
-    if (mStores.at(subscription).remove(tech, index) && subscription == mSubscription) {
-        report(typeOf(tech), index, WDS_PROFILE_EVENT_DELETE);
-    }
-}
-
-void CacheModel::onIndication(const Report& report,
+void CacheModel::onIndication(const ModemModel::Report& report,
                               const std::function<bool(unsigned long long)>& isNull) {
     const auto tech =
         report.type == WDS_PROFILE_TYPE_3GPP2 ? TechType::TECH_3GPP2 : TechType::TECH_3GPP;
@@ -346,26 +310,13 @@ void CacheModel::reread(TechType tech, int id,
     }
 }
 
-void CacheModel::powerOff() {
-    mIsOn = false;
-    mUnderWay.clear();
-    for (Store& store : mStores) store.forgetVolatile();
-}
-
-void CacheModel::powerOn() {
-    mIsOn = true;
-    report(WDS_PROFILE_TYPE_3GPP, 0, WDS_PROFILE_EVENT_READY);
-}
-
 void CacheModel::init(unsigned int subscription) {
     for (auto& [token, image] : mProfiles) die(image);
     mProfiles.clear();
     mPending.clear();
     mIsBlocked = false;
     ++mCache;
-    mSubscription = subscription;
-    mUnderWay.clear();
-    if (mIsOn) report(WDS_PROFILE_TYPE_3GPP, 0, WDS_PROFILE_EVENT_READY);
+    mModem.connect(subscription);
 }
 
 std::vector<std::string> CacheModel::cacheLines() const {
@@ -385,31 +336,27 @@ std::vector<std::string> CacheModel::pendingLines() const {
 
 bool CacheModel::exchange(const char* message, const std::function<bool()>& carryOut) {
     bool done = false;
-    if (mIsOn) {
+    if (mModem.isOn()) {
         ++mExchanges;
         done = mRefused >= 0 && mExchanges != mRefused && carryOut();
     }
-    // Not expect(): nothing is released while the worker is at it.
     if (done) {
-        mTrace.expect(LogLevel::Event,
-                      "MoxWdsProxy " + std::string(message) + " request successful!");
+        follow(LogLevel::Event, "MoxWdsProxy " + std::string(message) + " request successful!");
     } else {
-        mTrace.expect(LogLevel::Error, "Unable send " + std::string(message) + " message");
+        follow(LogLevel::Error, "Unable send " + std::string(message) + " message");
     }
     return done;
 }
 
 bool CacheModel::sendRemove(TechType tech, int id) {
-    const bool removed = exchange("MOX_WDS_DELETE_PROFILE_REQ_V01",
-                                  [&] { return mStores.at(mSubscription).remove(tech, id); });
-    if (removed) report(typeOf(tech), id, WDS_PROFILE_EVENT_DELETE);
-    return removed;
+    return exchange("MOX_WDS_DELETE_PROFILE_REQ_V01",
+                    [&] { return mModem.remove(mModem.subscription(), tech, id); });
 }
 
 std::optional<Image> CacheModel::read(TechType tech, int id) {
     const modem::StoredProfile* profile = nullptr;
     const bool done = exchange("MOX_WDS_GET_PROFILE_SETTINGS_REQ_V01", [&] {
-        profile = mStores.at(mSubscription).find(tech, id);
+        profile = mModem.find(tech, id);
         return profile != nullptr;
     });
     return done ? std::optional(imageOf(*profile)) : std::nullopt;
@@ -418,28 +365,23 @@ std::optional<Image> CacheModel::read(TechType tech, int id) {
 void CacheModel::rebuild() {
     for (auto& [token, image] : mProfiles) die(image);
     mProfiles.clear();
-    bool listed = true;
-    readAll(WDS_PROFILE_TYPE_3GPP, listed);
-    if (listed) readAll(WDS_PROFILE_TYPE_3GPP2, listed);
+    if (readAll(TechType::TECH_3GPP)) readAll(TechType::TECH_3GPP2);
     expect(LogLevel::Event, "Refreshed Profiles:");
     std::vector<std::string> texts;
     for (const auto& [token, image] : mProfiles) texts.push_back(image ? image->text() : "null");
-    mTrace.expectAnyOrder(LogLevel::Event, std::move(texts));
-}
-
-void CacheModel::readAll(wds_profile_type_enum_v01 type, bool& listed) {
-    listed = exchange("MOX_WDS_GET_PROFILE_LIST_REQ_V01", [] { return true; });
-    if (!listed) return;
-    for (const modem::StoredProfile& profile : mStores.at(mSubscription).all()) {
-        if (profile.id.profile_type != type) continue;
-        auto image = read(static_cast<TechType>(type), profile.id.profile_index);
-        mProfiles.emplace(mNextToken++, std::move(image));
+    while (!texts.empty()) {
+        const auto shown = mTrace.expectOneOf(LogLevel::Event, texts);
+        texts.erase(texts.begin() + static_cast<std::ptrdiff_t>(shown));
     }
 }
 
-void CacheModel::report(wds_profile_type_enum_v01 type, int index,
-                        wds_profile_event_enum_v01 event) {
-    if (mIsOn) mUnderWay.push_back({type, index, event});
+bool CacheModel::readAll(TechType tech) {
+    if (!exchange("MOX_WDS_GET_PROFILE_LIST_REQ_V01", [] { return true; })) return false;
+    for (const modem::StoredProfile& profile : mModem.all(mModem.subscription())) {
+        if (static_cast<TechType>(profile.id.profile_type) != tech) continue;
+        mProfiles.emplace(mNextToken++, read(tech, profile.id.profile_index));
+    }
+    return true;
 }
 
 std::optional<Image>* CacheModel::find(const KeyPtr& key, LogLevel level) {

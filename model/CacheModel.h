@@ -2,7 +2,6 @@
 
 #pragma once
 
-#include <array>
 #include <functional>
 #include <list>
 #include <map>
@@ -12,23 +11,20 @@
 #include <vector>
 
 #include "model/Image.h"
-#include "model/Store.h"
+#include "model/ModemModel.h"
 #include "model/Trace.h"
 #include "velo/FilterProfileParams.h"
 #include "velo/ModifyProfileParams.h"
 
 namespace velo::model {
 
-/// The rules of the cache, its keys and the facade in front of it, and of the modem behind it,
-/// small enough to be read at once. Each operation is told what the library logged, follows that
-/// line by line, and says what the results must be.
+/// The rules of the cache, its keys and the facade in front of it. Each operation follows what the
+/// library logged line by line, and says what the results must be.
 class CacheModel {
 public:
     using Keys = std::vector<KeyPtr>;
-    using Report = Store::Report;
 
-    explicit CacheModel(const std::vector<modem::StoredProfile>& factory)
-        : mStores{Store(factory), Store(factory)} {}
+    explicit CacheModel(const std::vector<modem::StoredProfile>& factory) : mModem(factory) {}
 
     /// A step begins: its exchanges with the modem are counted from 1, and the modem refuses the
     /// one with the number `refused`, or every one when that is negative.
@@ -59,20 +55,12 @@ public:
     /// was cut, the one that the library modifies next.
     KeyPtr takeNext(Keys& keys);
 
-    // The modem.
-
-    /// Another client's change.
-    int foreignCreate(unsigned int subscription, const modem::StoredProfile& profile);
-    void foreignModify(unsigned int subscription, TechType tech, int index,
-                       const wds_profile_settings_v01& settings);
-    void foreignRemove(unsigned int subscription, TechType tech, int index);
+    // What comes from below.
 
     /// An indication reaches the worker. `isNull` tells whether the library shows nothing under a
     /// token, where only one of several reads of the same profile has failed.
-    void onIndication(const Report& report, const std::function<bool(unsigned long long)>& isNull);
-
-    void powerOff();
-    void powerOn();
+    void onIndication(const ModemModel::Report& report,
+                      const std::function<bool(unsigned long long)>& isNull);
 
     /// A new manager, on another subscription or the same: its cache is empty.
     void init(unsigned int subscription);
@@ -80,27 +68,22 @@ public:
     /// The tokens go on from here.
     void setNextToken(unsigned long long token) { mNextToken = token; }
 
+    ModemModel& modemBehind() { return mModem; }
+
     // What there is to compare.
 
     std::vector<std::string> cacheLines() const;  ///< sorted
     std::vector<std::string> pendingLines() const;
-    const Store& store(unsigned int subscription) const { return mStores.at(subscription); }
     int exchanges() const { return mExchanges; }
-    bool isOn() const { return mIsOn; }
-    unsigned int subscription() const { return mSubscription; }
-    unsigned int cache() const { return mCache; }
-
-    /// Reports that the modem has sent and that did not reach the library yet.
-    std::vector<Report>& underWay() { return mUnderWay; }
 
     /// The listeners that ran in this step: those of one profile together and in this order, the
     /// profiles in any.
     const std::vector<std::vector<int>>& ranListeners() const { return mRanListeners; }
 
-    void expect(LogLevel level, std::string_view text);
+    // The log, for what is said around the cache.
 
-    /// The line that the library logged next; null when there is none.
-    const std::string* nextLine();
+    void expect(LogLevel level, const std::string& text) { expectOneOf(level, {text}); }
+    std::size_t expectOneOf(LogLevel level, const std::vector<std::string>& texts);
 
 private:
     struct Pending {
@@ -110,18 +93,17 @@ private:
         bool operator==(const Pending&) const = default;
         std::string text() const;
     };
-    using Profiles = std::map<unsigned long long, std::optional<Image>>;
 
+    /// As expect(), but while the worker is at something: nothing is released meanwhile.
+    void follow(LogLevel level, const std::string& text) { mTrace.expectOneOf(level, {text}); }
     void begin(const char* operation, const std::string& request);
     void end(const char* operation, const std::string& response);
     bool exchange(const char* message, const std::function<bool()>& carryOut);
     bool sendRemove(TechType tech, int id);
     std::optional<Image> read(TechType tech, int id);
-    void readAll(wds_profile_type_enum_v01 type, bool& listed);
-    void report(wds_profile_type_enum_v01 type, int index, wds_profile_event_enum_v01 event);
+    bool readAll(TechType tech);
     std::optional<Image>* find(const KeyPtr& key, LogLevel level);
     void release(unsigned long long token);
-    void releaseProfile(unsigned long long token);
     void releaseDropped();
     void rebuild();
     void reread(TechType tech, int id, const std::function<bool(unsigned long long)>& isNull);
@@ -129,14 +111,11 @@ private:
     void erase(unsigned long long token);
 
     Trace mTrace;
-    std::array<Store, 2> mStores;
-    unsigned int mSubscription = 0;
-    bool mIsOn = true;
+    ModemModel mModem;
     int mExchanges = 0;
     int mRefused = 0;
-    std::vector<Report> mUnderWay;
 
-    Profiles mProfiles;
+    std::map<unsigned long long, std::optional<Image>> mProfiles;
     std::list<Pending> mPending;
     unsigned long long mNextToken = 0;
     unsigned int mCache = 0;

@@ -285,7 +285,7 @@ bool matches3gpp2(const Image& own, const Image& wanted, const FilterProfilePara
 
 }  // namespace
 
-std::string Key::text() const {
+std::string Key::dump() const {
     return enumText(kTechTexts, tech) + ":" + std::to_string(id) +
            " token=" + std::to_string(token);
 }

@@ -26,7 +26,7 @@ struct Key {
     unsigned long long token;
     unsigned int cache;  ///< which one made it: each init makes another
 
-    std::string text() const;
+    std::string dump() const;
 };
 
 using KeyPtr = std::shared_ptr<Key>;

@@ -2,6 +2,7 @@
 
 #include "model/PolicyModel.h"
 
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <utility>
@@ -16,29 +17,38 @@ FilterProfileParams of3gpp() {
     return filter;
 }
 
+constexpr unsigned int kApn = 1;
+constexpr unsigned int kHome = 2;
+constexpr unsigned int kRoam = 4;
+constexpr unsigned int kCredentials = 8;
+
 /// What a filter or an update takes over from the parameters, where they have it.
-void copyApn(ProfileParams& to, const ProfileParams& from) {
-    if (from.hasApnName()) to.setApnName(from.getApnName());
+void copy(unsigned int what, const ProfileParams& from, ProfileParams& to) {
+    const bool withCredentials = (what & kCredentials) != 0;
+    if ((what & kApn) != 0 && from.hasApnName()) to.setApnName(from.getApnName());
+    if ((what & kHome) != 0 && from.hasHomeIPType()) to.setHomeIPType(from.getHomeIPType());
+    if ((what & kRoam) != 0 && from.hasRoamIPType()) to.setRoamIPType(from.getRoamIPType());
+    if (withCredentials && from.hasUserName()) to.setUserName(from.getUserName());
+    if (withCredentials && from.hasPassword()) to.setPassword(from.getPassword());
+    if (withCredentials && from.hasAuthType()) to.setAuthType(from.getAuthType());
 }
-void copyHome(ProfileParams& to, const ProfileParams& from) {
-    if (from.hasHomeIPType()) to.setHomeIPType(from.getHomeIPType());
-}
-void copyRoam(ProfileParams& to, const ProfileParams& from) {
-    if (from.hasRoamIPType()) to.setRoamIPType(from.getRoamIPType());
-}
-void copyCredentials(ProfileParams& to, const ProfileParams& from) {
-    if (from.hasUserName()) to.setUserName(from.getUserName());
-    if (from.hasPassword()) to.setPassword(from.getPassword());
-    if (from.hasAuthType()) to.setAuthType(from.getAuthType());
+
+std::string textOf(const KeyPtr& key) {
+    return key ? key->dump() : "";
 }
 
 bool servesAttach(const ProfileParams& profile) {
     return !profile.getIsVeloProfile() || profile.getIsIAProfile();
 }
 
-std::string hex(unsigned int number) {
+template <typename Value>
+std::string number(Value value) {
+    return std::to_string(static_cast<int>(value));
+}
+
+std::string hex(unsigned int value) {
     std::ostringstream out;
-    out << "0x" << std::hex << number;
+    out << "0x" << std::hex << value;
     return out.str();
 }
 
@@ -49,29 +59,24 @@ void PolicyModel::setProfileUpdateAllowed(bool allowed) {
     mIsUpdateAllowed = allowed;
 }
 
-void PolicyModel::lose(Keys& keys) {
-    for (KeyPtr& key : keys) mCache.dropSometime(std::move(key));
-    keys.clear();
-}
-
 KeyPtr PolicyModel::first(const FilterProfileParams& filter) {
     Keys keys = mCache.filter(filter);
     if (keys.empty()) return nullptr;
     KeyPtr key = std::move(keys.front());
     keys.erase(keys.begin());
-    lose(keys);
+    for (KeyPtr& other : keys) mCache.dropSometime(std::move(other));
     return key;
 }
 
 KeyPtr PolicyModel::dataCall(TechType tech, const ProfileParams& params) {
     say("velo findOrCreateProfileForSetupDataCall > " + params.dump());
     FilterProfileParams filter;
-    copyApn(filter, params);
+    copy(kApn, params, filter);
     filter.setFilterByTechType(tech);
     if (tech == TechType::TECH_3GPP2 && params.hasUserName()) {
         filter.setUserName(params.getUserName());
     }
-    if (!mIsUpdateAllowed) copyHome(filter, params);
+    if (!mIsUpdateAllowed) copy(kHome, params, filter);
     KeyPtr key = first(filter);
     if (!mIsUpdateAllowed && !key) {
         filter.addFilterMatchCriteria(0x11);
@@ -87,7 +92,7 @@ KeyPtr PolicyModel::dataCall(TechType tech, const ProfileParams& params) {
         key = mCache.addProfile(AddProfileParams(params, false, tech, false));
         say("setupDataCall profile added");
     }
-    say("velo findOrCreateProfileForSetupDataCall < " + (key ? key->text() : ""));
+    say("velo findOrCreateProfileForSetupDataCall < " + textOf(key));
     return key;
 }
 
@@ -98,7 +103,7 @@ KeyPtr PolicyModel::emergencyCall(const ProfileParams& params) {
     KeyPtr key;
     if (params.hasApnName()) {
         FilterProfileParams named = filter;
-        copyApn(named, params);
+        copy(kApn, params, named);
         key = first(named);
         if (key) say("found an emergency profile by name");
     }
@@ -113,14 +118,14 @@ KeyPtr PolicyModel::emergencyCall(const ProfileParams& params) {
         key = mCache.addProfile(add);
         say("emergency profile created");
     }
-    say("velo findOrCreateProfileForEmergencyDataCall < " + (key ? key->text() : ""));
+    say("velo findOrCreateProfileForEmergencyDataCall < " + textOf(key));
     return key;
 }
 
 KeyPtr PolicyModel::attach(const ProfileParams& params) {
     say("velo findOrCreateProfileForLteAttach > " + params.dump());
     ModifyProfileParams update;
-    copyCredentials(update, params);
+    copy(kCredentials, params, update);
     if (params.hasApnTypesMask()) update.setApnTypesMask(params.getApnTypesMask());
     if (params.hasMaxPdnsConnPerBlock()) {
         update.setMaxPdnsConnPerBlock(params.getMaxPdnsConnPerBlock());
@@ -133,8 +138,7 @@ KeyPtr PolicyModel::attach(const ProfileParams& params) {
     KeyPtr key = findExact(params);
     if (!key) key = findLoose(params, update);
     if (!key) {
-        copyHome(update, params);
-        copyRoam(update, params);
+        copy(kHome | kRoam, params, update);
         key = findInitial(params, update);
     }
     if (key) {
@@ -144,16 +148,14 @@ KeyPtr PolicyModel::attach(const ProfileParams& params) {
         key = mCache.addProfile(AddProfileParams(params, true, TechType::TECH_3GPP, true));
         say("velo VELO IA profile created for attach");
     }
-    say("velo findOrCreateProfileForLteAttach < " + (key ? key->text() : ""));
+    say("velo findOrCreateProfileForLteAttach < " + textOf(key));
     return key;
 }
 
 KeyPtr PolicyModel::findExact(const ProfileParams& params) {
     FilterProfileParams filter = of3gpp();
     if (!params.hasApnName()) say("velo NULL apn scenario");
-    copyApn(filter, params);
-    copyHome(filter, params);
-    copyRoam(filter, params);
+    copy(kApn | kHome | kRoam, params, filter);
     KeyPtr key = first(filter);
     if (!key) return nullptr;
     const auto contents = mCache.getProfile(key);
@@ -167,14 +169,12 @@ KeyPtr PolicyModel::findExact(const ProfileParams& params) {
 
 KeyPtr PolicyModel::findLoose(const ProfileParams& params, ModifyProfileParams& update) {
     FilterProfileParams filter = of3gpp();
-    copyApn(filter, params);
+    copy(kApn, params, filter);
     if (mIsUpdateAllowed) {
-        copyHome(update, params);
-        copyRoam(update, params);
+        copy(kHome | kRoam, params, update);
     } else {
         filter.setFilterByIsVeloProfile(false);
-        copyHome(filter, params);
-        copyRoam(filter, params);
+        copy(kHome | kRoam, params, filter);
         if (params.hasHomeIPType()) filter.addFilterMatchCriteria(0x11);
         if (params.hasRoamIPType()) filter.addFilterMatchCriteria(0x22);
     }
@@ -196,7 +196,7 @@ KeyPtr PolicyModel::findInitial(const ProfileParams& params, ModifyProfileParams
     any.setFilterByIsVeloProfile(true);
     any.setFilterByIsIAProfile(true);
     FilterProfileParams named = any;
-    copyApn(named, params);
+    copy(kApn, params, named);
     KeyPtr key = first(named);
     if (key) {
         say("velo Found a VELO IA profile that matches APN name for attach");
@@ -204,7 +204,7 @@ KeyPtr PolicyModel::findInitial(const ProfileParams& params, ModifyProfileParams
     }
     key = first(any);
     if (key) {
-        copyApn(update, params);
+        copy(kApn, params, update);
         say("velo Found any VELO IA profile for attach");
     }
     return key;
@@ -225,10 +225,7 @@ bool PolicyModel::matchAttach(int id, const ProfileParams& params) {
             return false;
         }
         FilterProfileParams filter;
-        copyApn(filter, params);
-        copyHome(filter, params);
-        copyRoam(filter, params);
-        copyCredentials(filter, params);
+        copy(kApn | kHome | kRoam | kCredentials, params, filter);
         if (!mIsUpdateAllowed && !contents.getIsVeloProfile()) filter.addFilterMatchCriteria(0x33);
         const bool matched = mCache.match(filter, key);
         mCache.dropSometime(std::move(key));
@@ -248,14 +245,15 @@ void PolicyModel::updateByClass(const std::list<ProfileParams>& params3gpp,
     for (const ProfileParams& params : params3gpp) say("    " + params.dump());
     say("  3gpp2:");
     for (const ProfileParams& params : params3gpp2) say("    " + params.dump());
-    for (const ProfileParams& params : params3gpp) {
-        say("velo update 3gpp modem profile by APN class for " + params.dump(), LogLevel::Debug);
-        updateByClass(params, TechType::TECH_3GPP);
-    }
-    for (const ProfileParams& params : params3gpp2) {
-        say("velo update 3gpp2 modem profile by APN class for " + params.dump(), LogLevel::Debug);
-        updateByClass(params, TechType::TECH_3GPP2);
-    }
+    const auto update = [&](const auto& all, TechType tech, const std::string& name) {
+        for (const ProfileParams& params : all) {
+            say("velo update " + name + " modem profile by APN class for " + params.dump(),
+                LogLevel::Debug);
+            updateByClass(params, tech);
+        }
+    };
+    update(params3gpp, TechType::TECH_3GPP, "3gpp");
+    update(params3gpp2, TechType::TECH_3GPP2, "3gpp2");
     say("velo updateModemProfileByApnClass < OK");
 }
 
@@ -313,17 +311,15 @@ void PolicyModel::updateTypes(const std::list<ProfileParams>& records) {
     }
     while (!groups.empty()) {
         // The names come in any order: the next line tells which.
-        std::map<std::string, std::string> lines;
+        std::vector<std::string> lines;
         for (const auto& [apn, masks] : groups) {
-            lines[Trace::cut("velo processing APN name " + apn + ", V4 mask:" + hex(masks.v4) +
-                             ", v6 mask" + hex(masks.v6) + ":, v4v6 mask:" + hex(masks.v4v6))] =
-                apn;
+            lines.push_back("velo processing APN name " + apn + ", V4 mask:" + hex(masks.v4) +
+                            ", v6 mask" + hex(masks.v6) + ":, v4v6 mask:" + hex(masks.v4v6));
         }
-        const std::string* const next = mCache.nextLine();
-        const auto line = next != nullptr ? lines.find(*next) : lines.end();
-        say(line == lines.end() ? lines.begin()->first : line->first, LogLevel::Debug);
-        const auto [apn, masks] = *groups.find(line->second);
-        groups.erase(apn);
+        const auto next = mCache.expectOneOf(LogLevel::Debug, lines);
+        const auto group = std::next(groups.begin(), static_cast<std::ptrdiff_t>(next));
+        const auto [apn, masks] = *group;
+        groups.erase(group);
         if (mIsUpdateAllowed) {
             updateCombined(masks.v4 | masks.v6 | masks.v4v6, apn);
         } else {
@@ -339,12 +335,15 @@ void PolicyModel::updateCombined(unsigned int mask, const std::string& apn) {
     filter.setApnName(apn);
     ModifyProfileParams update;
     update.setApnTypesMask(mask);
-    Keys keys = mCache.filter(filter);
+    modifyEach(mCache.filter(filter), update, "combined mask" + hex(mask));
+}
+
+void PolicyModel::modifyEach(Keys keys, const ModifyProfileParams& update,
+                             const std::string& with) {
     while (!keys.empty()) {
         KeyPtr key = mCache.takeNext(keys);
         say("velo updating profile id:" + std::to_string(key->id) +
-                ", tech type:" + std::to_string(static_cast<int>(key->tech)) +
-                ", with combined mask" + hex(mask) + ":",
+                ", tech type:" + number(key->tech) + ", with " + with + ":",
             LogLevel::Debug);
         mCache.modifyProfile(update, key);
         mCache.dropSometime(std::move(key));
@@ -373,21 +372,13 @@ bool PolicyModel::updateByIPType(TechType tech, IPType type, unsigned int mask,
     ModifyProfileParams update;
     update.setApnTypesMask(mask);
     Keys keys = mCache.filter(filter);
-    const auto number = [](auto value) { return std::to_string(static_cast<int>(value)); };
     if (keys.empty()) {
         say("velo no match found for apn name:" + apn + ", ip type:" + number(type) +
                 ", tech type:" + number(tech),
             LogLevel::Debug);
         return false;
     }
-    while (!keys.empty()) {
-        KeyPtr key = mCache.takeNext(keys);
-        say("velo updating profile id:" + std::to_string(key->id) + ", tech type:" + number(tech) +
-                ", with mask" + hex(mask) + ":",
-            LogLevel::Debug);
-        mCache.modifyProfile(update, key);
-        mCache.dropSometime(std::move(key));
-    }
+    modifyEach(std::move(keys), update, "mask" + hex(mask));
     return true;
 }
 

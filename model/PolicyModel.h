@@ -32,7 +32,7 @@ private:
         mCache.expect(level, text);
     }
     KeyPtr first(const FilterProfileParams& filter);
-    void lose(Keys& keys);
+    void modifyEach(Keys keys, const ModifyProfileParams& update, const std::string& with);
     KeyPtr findExact(const ProfileParams& params);
     KeyPtr findLoose(const ProfileParams& params, ModifyProfileParams& update);
     KeyPtr findInitial(const ProfileParams& params, ModifyProfileParams& update);

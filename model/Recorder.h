@@ -39,7 +39,7 @@ private:
     class Writer;
 
     void wait(const std::string& what,
-              const std::function<bool(const std::vector<Trace::Line>&)>& condition);
+              const std::function<bool(const std::vector<Trace::Line>&)>& isOver);
 
     std::shared_ptr<Store> mStore;
 };

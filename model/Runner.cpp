@@ -14,8 +14,8 @@
 #include <fstream>
 #include <iomanip>
 #include <sstream>
+#include <utility>
 
-#include "model/Generator.h"
 #include "model/Shrinker.h"
 
 namespace velo::model {
@@ -24,70 +24,36 @@ namespace {
 
 using std::chrono::seconds;
 
-constexpr std::size_t kSequence = 250;
+constexpr std::uint64_t kSequence = 250;
 constexpr seconds kSilence{90};
 /// How often a job may be asked in vain; one that was stopped with this process loses no turn.
 constexpr unsigned int kPatience = 90;
-constexpr seconds kProgress{10};
+constexpr seconds kProgress{5};
 constexpr seconds kShrinking{120};
-constexpr int kFailed = 1;
 
-std::string described(int status) {
-    if (WIFSIGNALED(status)) return std::string("it ended by: ") + strsignal(WTERMSIG(status));
-    return WEXITSTATUS(status) == 0 ? "" : "it failed";
-}
-
-/// How a child ended, after so long at most.
-int statusOf(pid_t pid, seconds patience) {
+/// What was wrong with a child, once it has ended: after kSilence it is made to.
+std::string troubleOf(pid_t pid) {
     // Nothing tells a parent with a bound; the child's end is asked for now and then.
-    const auto end = std::chrono::steady_clock::now() + patience;
+    const auto end = std::chrono::steady_clock::now() + kSilence;
     int status = 0;
     while (::waitpid(pid, &status, WNOHANG) == 0) {
         if (std::chrono::steady_clock::now() > end) ::kill(pid, SIGABRT);
         ::poll(nullptr, 0, 1);
     }
-    return status;
-}
-
-std::string countText(const World::Counts& counts) {
-    std::ostringstream out;
-    out << counts.refused << ' ' << counts.foreign << ' ' << counts.reports;
-    for (const auto& [operation, count] : counts.operations)
-        out << ' ' << operation << ' ' << count;
-    out << '\n';
-    return out.str();
-}
-
-/// Adds up what countText() wrote; the operations in it.
-std::uint64_t addCounts(const std::string& line, World::Counts& sum) {
-    std::istringstream in(line);
-    World::Counts counts;
-    in >> counts.refused >> counts.foreign >> counts.reports;
-    sum.refused += counts.refused;
-    sum.foreign += counts.foreign;
-    sum.reports += counts.reports;
-    std::uint64_t operations = 0;
-    std::uint64_t count = 0;
-    for (std::string name; in >> name >> count; operations += count) {
-        sum.operations[operationNamed(name)] += count;
-    }
-    return operations;
+    if (WIFSIGNALED(status)) return std::string("it ended by: ") + strsignal(WTERMSIG(status));
+    return WEXITSTATUS(status) == 0 ? "" : "it failed";
 }
 
 }  // namespace
 
 std::size_t Runner::lengthOf(std::uint64_t sequence) const {
-    if (mOptions.operations == 0) return kSequence;
-    const std::uint64_t before = sequence * kSequence;
-    return before >= mOptions.operations ? 0
-                                         : static_cast<std::size_t>(std::min<std::uint64_t>(
-                                               kSequence, mOptions.operations - before));
+    const std::uint64_t before = std::min(sequence * kSequence, mOptions.operations);
+    return static_cast<std::size_t>(std::min(kSequence, mOptions.operations - before));
 }
 
 bool Runner::run() {
     std::vector<Job> jobs;
-    for (unsigned int number = 0; number < mOptions.jobs; ++number)
-        jobs.push_back(startJob(number));
+    for (unsigned int i = 0; i < mOptions.jobs; ++i) jobs.push_back(startJob(i));
     follow(jobs);
     const auto failed =
         std::find_if(jobs.begin(), jobs.end(), [](const Job& job) { return !job.trouble.empty(); });
@@ -96,7 +62,7 @@ bool Runner::run() {
     return failed == jobs.end();
 }
 
-Runner::Job Runner::startJob(unsigned int number) {
+Runner::Job Runner::startJob(unsigned int number) const {
     int ends[2];
     if (::pipe(ends) != 0) {
         std::perror("velo_model");
@@ -104,6 +70,7 @@ Runner::Job Runner::startJob(unsigned int number) {
     }
     Job job;
     job.next = number;
+    job.pipe = ends[0];
     job.pid = ::fork();
     if (job.pid == 0) {
         ::close(ends[0]);
@@ -111,26 +78,25 @@ Runner::Job Runner::startJob(unsigned int number) {
         std::exit(0);
     }
     ::close(ends[1]);
-    job.pipe = ends[0];
     return job;
 }
 
 void Runner::work(unsigned int number, int pipe) const {
     for (std::uint64_t sequence = number; lengthOf(sequence) > 0; sequence += mOptions.jobs) {
         if (mOptions.seconds > 0 && Clock::now() - mBegun > seconds(mOptions.seconds)) return;
-        World::Counts counts;
+        std::ostringstream line;
         try {
             World world(mOptions.isModemLying);
             for (const Step& step : generate(mOptions.seed + sequence, lengthOf(sequence))) {
                 world.perform(step);
             }
-            counts = world.counts();
+            for (const auto& [name, count] : world.counts()) line << count << ':' << name << '\t';
         } catch (const Violation& violation) {
             print(std::string("Violated: ") + violation.what() + "\n");
-            std::exit(kFailed);
+            std::exit(1);
         }
-        const std::string line = countText(counts);
-        if (::write(pipe, line.data(), line.size()) < 0) std::exit(kFailed);
+        line << '\n';
+        if (::write(pipe, line.str().data(), line.str().size()) < 0) std::exit(1);
     }
 }
 
@@ -150,18 +116,12 @@ void Runner::follow(std::vector<Job>& jobs) {
                 ::kill(jobs[i].pid, SIGABRT);
             }
         }
-        if (Clock::now() - mShown > kProgress) {
-            mShown = Clock::now();
-            const auto past = std::chrono::duration_cast<seconds>(mShown - mBegun);
-            std::fprintf(stderr, "%llu operations in %lld s\n",
-                         static_cast<unsigned long long>(mOperations),
-                         static_cast<long long>(past.count()));
-        }
+        showProgress(std::to_string(mOperations) + " operations");
     }
     for (Job& job : jobs) {
         if (!job.isDone) {
             ::kill(job.pid, SIGKILL);
-            statusOf(job.pid, kSilence);
+            troubleOf(job.pid);
         }
         ::close(job.pipe);
     }
@@ -170,45 +130,48 @@ void Runner::follow(std::vector<Job>& jobs) {
 void Runner::listen(Job& job) {
     char buffer[4096];
     const auto size = ::read(job.pipe, buffer, sizeof buffer);
-    if (size <= 0) return finish(job);
+    if (size <= 0) {
+        job.isDone = true;
+        job.trouble = troubleOf(job.pid);
+        return;
+    }
     job.silences = 0;
     job.text.append(buffer, static_cast<std::size_t>(size));
     for (std::size_t end; (end = job.text.find('\n')) != std::string::npos;) {
-        mOperations += addCounts(job.text.substr(0, end), mCounts);
+        std::istringstream counts(job.text.substr(0, end));
+        std::string name;
+        for (std::uint64_t count = 0;
+             counts >> count && std::getline(counts.ignore(), name, '\t');) {
+            mCounts[name] += count;
+        }
         job.text.erase(0, end + 1);
+        mOperations += lengthOf(job.next);
         job.next += mOptions.jobs;
     }
 }
 
-void Runner::finish(Job& job) {
-    job.isDone = true;
-    job.trouble = described(statusOf(job.pid, kSilence));
-}
-
-int Runner::runAlone(const Steps& steps, bool isNarrated) const {
+std::string Runner::troubleAlone(const Steps& steps, bool isNarrated) const {
     const pid_t child = ::fork();
-    if (child == 0) std::exit(perform(steps, isNarrated));
-    return statusOf(child, kSilence);
+    if (child == 0) std::exit(perform(steps, isNarrated) ? 0 : 1);
+    return troubleOf(child);
 }
 
-int Runner::perform(const Steps& steps, bool isNarrated) const {
+bool Runner::perform(const Steps& steps, bool isNarrated) const {
     try {
         World world(mOptions.isModemLying);
         for (std::size_t i = 0; i < steps.size(); ++i) {
-            if (isNarrated) {
-                print("  " + std::to_string(i + 1) + "  " + steps[i].text() + "\n");
-            }
+            if (isNarrated) print("  " + std::to_string(i + 1) + "  " + steps[i].text() + "\n");
             world.perform(steps[i]);
         }
     } catch (const Violation& violation) {
         if (isNarrated) print(std::string("Violated: ") + violation.what() + "\n");
-        return kFailed;
+        return false;
     }
-    return 0;
+    return true;
 }
 
 bool Runner::replay(const Steps& steps) {
-    const std::string trouble = described(runAlone(steps, true));
+    const std::string trouble = troubleAlone(steps, true);
     print(trouble.empty() ? "Nothing is violated.\n" : "Replayed: " + trouble + ".\n");
     return trouble.empty();
 }
@@ -221,8 +184,8 @@ void Runner::reportFailure(const Job& job) {
     const auto end = Clock::now() + kShrinking;
     unsigned int tried = 0;
     const auto fails = [&](const Steps& candidate) {
-        ++tried;
-        return Clock::now() < end && !described(runAlone(candidate, false)).empty();
+        showProgress("shortening, " + std::to_string(++tried) + " trials");
+        return Clock::now() < end && !troubleAlone(candidate, false).empty();
     };
     if (!fails(steps)) {
         print(
@@ -234,28 +197,30 @@ void Runner::reportFailure(const Job& job) {
     std::ofstream out(file);
     for (const Step& step : steps) out << step.text() << '\n';
     print("The least that fails, after " + std::to_string(tried) + " trials:\n");
-    runAlone(steps, true);
+    troubleAlone(steps, true);
     print("Again: script/model --replay " + file + "\n");
 }
 
 void Runner::reportSummary(bool passed) {
     const auto past = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - mBegun);
     std::ostringstream out;
-    const auto row = [&](std::string_view name, const auto&... values) {
-        out << std::left << std::setw(24) << name;
-        (out << ... << values) << '\n';
+    out << std::left << std::fixed << std::setprecision(1);
+    const auto row = [&](const std::string& name, auto value) -> std::ostream& {
+        return out << std::setw(24) << name << value;
     };
-    row("seed", mOptions.seed);
-    row("operations", mOperations);
-    for (const auto& [operation, count] : mCounts.operations) {
-        row("  " + std::string(operation), count);
-    }
-    row("exchanges refused", mCounts.refused);
-    row("foreign changes", mCounts.foreign);
-    row("indications delivered", mCounts.reports);
-    row("time", std::fixed, std::setprecision(1), static_cast<double>(past.count()) / 1000, " s");
-    row("violations", passed ? 0 : 1);
+    row("seed", mOptions.seed) << '\n';
+    row("operations", mOperations) << '\n';
+    for (const auto& [name, count] : mCounts) row(name, count) << '\n';
+    row("time", static_cast<double>(past.count()) / 1000) << " s\n";
+    row("violations", passed ? 0 : 1) << '\n';
     print(out.str());
+}
+
+void Runner::showProgress(const std::string& text) {
+    if (Clock::now() - mShown < kProgress) return;
+    mShown = Clock::now();
+    const auto past = std::chrono::duration_cast<seconds>(mShown - mBegun);
+    std::fprintf(stderr, "%s in %lld s\n", text.c_str(), static_cast<long long>(past.count()));
 }
 
 void Runner::print(const std::string& text) const {

@@ -6,8 +6,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,8 +16,8 @@ namespace velo::model {
 
 struct RunOptions {
     std::uint64_t seed = 0;
-    std::uint64_t operations = 0;  ///< zero for no limit
-    unsigned int seconds = 0;      ///< after which no further sequence begins; zero for no limit
+    std::uint64_t operations = 0;
+    unsigned int seconds = 0;  ///< after which no further sequence begins; zero for no limit
     unsigned int jobs = 1;
     std::string failures = ".";  ///< folder for the steps of what failed
     bool isModemLying = false;
@@ -52,15 +50,15 @@ private:
     };
 
     std::size_t lengthOf(std::uint64_t sequence) const;
-    Job startJob(unsigned int number);
+    Job startJob(unsigned int number) const;
     void work(unsigned int number, int pipe) const;
     void follow(std::vector<Job>& jobs);
     void listen(Job& job);
-    void finish(Job& job);
-    int runAlone(const Steps& steps, bool isNarrated) const;
-    int perform(const Steps& steps, bool isNarrated) const;
+    std::string troubleAlone(const Steps& steps, bool isNarrated) const;
+    bool perform(const Steps& steps, bool isNarrated) const;
     void reportFailure(const Job& job);
     void reportSummary(bool passed);
+    void showProgress(const std::string& text);
     void print(const std::string& text) const;
 
     const RunOptions mOptions;

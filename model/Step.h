@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
@@ -26,9 +27,10 @@ struct Step {
 
     bool has(std::string_view name) const { return records.front().contains(name); }
     /// The value's number; 0 when the argument is absent.
-    unsigned int index(std::string_view name) const;
-    /// What the number stands for.
-    unsigned int number(std::string_view name) const;
+    unsigned int index(std::string_view name, std::size_t record = 0) const;
+    /// What that stands for.
+    std::string value(std::string_view name) const;
+    TechType tech(std::size_t record = 0) const;
 
     /// The profile settings of one record.
     ProfileParams params(std::size_t record = 0) const;
@@ -38,19 +40,11 @@ struct Step {
 
     /// @throws std::invalid_argument saying what is wrong with the line
     static Step parse(const std::string& line);
-
-    bool operator==(const Step&) const = default;
 };
 
 using Steps = std::vector<Step>;
 
-/// The names of the arguments that a record of settings can have.
-const std::vector<std::string_view>& settingNames();
-
-/// How many values an argument has.
-unsigned int valuesOf(std::string_view name);
-
-/// Whether its values are more than numbers to choose by.
-bool isNamed(std::string_view name);
+/// A random sequence, the same for the same seed.
+Steps generate(std::uint64_t seed, std::size_t length);
 
 }  // namespace velo::model

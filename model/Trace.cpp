@@ -8,55 +8,39 @@ namespace velo::model {
 
 namespace {
 
-std::string levelled(const Trace::Line& line) {
-    return "[" + std::to_string(static_cast<int>(line.first)) + "] " + line.second;
+/// What a line of the log shows of a text.
+constexpr std::size_t kShown = 511;
+
+std::string levelled(LogLevel level, std::string_view text) {
+    return "[" + std::to_string(static_cast<int>(level)) + "] " + std::string(text);
 }
 
 }  // namespace
 
-Trace::Line Trace::take(std::string_view wanted) {
-    if (mLines.empty()) {
-        throw Violation("a line is missing from the log\n  expected: " + std::string(wanted));
+std::size_t Trace::expectOneOf(LogLevel level, const std::vector<std::string>& texts) {
+    const auto found = std::find_if(texts.begin(), texts.end(), [&](std::string_view text) {
+        return !mLines.empty() && mLines.front() == Line(level, text.substr(0, kShown));
+    });
+    if (found == texts.end()) {
+        throw Violation("the log says something else\n  expected: " +
+                        levelled(level, texts.front()) + "\n  observed: " +
+                        (mLines.empty() ? "nothing more"
+                                        : levelled(mLines.front().first, mLines.front().second)));
     }
-    Line line = std::move(mLines.front());
     mLines.pop_front();
-    return line;
-}
-
-void Trace::expect(LogLevel level, std::string_view text) {
-    const Line wanted{level, cut(text)};
-    const Line line = take(wanted.second);
-    if (line != wanted) {
-        throw Violation("the log says something else\n  expected: " + levelled(wanted) +
-                        "\n  observed: " + levelled(line));
-    }
+    return static_cast<std::size_t>(found - texts.begin());
 }
 
 std::string Trace::expectPrefix(LogLevel level, std::string_view prefix) {
-    const Line line = take(prefix);
-    if (line.first != level || !line.second.starts_with(prefix)) {
-        throw Violation(
-            "the log says something else\n  expected: " + levelled({level, std::string(prefix)}) +
-            "...\n  observed: " + levelled(line));
+    if (mLines.empty() || !mLines.front().second.starts_with(prefix)) {
+        expectOneOf(level, {std::string(prefix) + "..."});
     }
-    return line.second.substr(prefix.size());
+    const std::string text = mLines.front().second;
+    expectOneOf(level, {text});
+    return text.substr(prefix.size());
 }
 
-void Trace::expectAnyOrder(LogLevel level, std::vector<std::string> texts) {
-    while (!texts.empty()) {
-        const Line line = take(texts.front());
-        const auto found = std::find_if(texts.begin(), texts.end(), [&](const std::string& text) {
-            return Line(level, cut(text)) == line;
-        });
-        if (found == texts.end()) {
-            throw Violation("the log says something else\n  expected: " + texts.front() +
-                            "\n  observed: " + levelled(line));
-        }
-        texts.erase(found);
-    }
-}
-
-const std::string* Trace::nextWith(std::string_view prefix) const {
+const std::string* Trace::next(std::string_view prefix) const {
     const auto found = std::find_if(mLines.begin(), mLines.end(), [&](const Line& line) {
         return line.second.starts_with(prefix);
     });
@@ -65,7 +49,8 @@ const std::string* Trace::nextWith(std::string_view prefix) const {
 
 void Trace::expectEnd() const {
     if (!mLines.empty()) {
-        throw Violation("the log has a line too many\n  observed: " + levelled(mLines.front()));
+        throw Violation("the log has a line too many\n  observed: " +
+                        levelled(mLines.front().first, mLines.front().second));
     }
 }
 

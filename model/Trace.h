@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <stdexcept>
 #include <string>
@@ -28,28 +29,18 @@ public:
     Trace() = default;
     explicit Trace(const std::vector<Line>& lines) : mLines(lines.begin(), lines.end()) {}
 
-    /// What a line of the log shows of a text.
-    static std::string cut(std::string_view text) { return std::string(text.substr(0, 511)); }
-
-    /// Takes the next line, which must be this one.
-    void expect(LogLevel level, std::string_view text);
+    /// Takes the next line, which must be one of these: which.
+    std::size_t expectOneOf(LogLevel level, const std::vector<std::string>& texts);
 
     /// Takes the next line, which must begin like this, and returns the rest of it.
     std::string expectPrefix(LogLevel level, std::string_view prefix);
 
-    /// Takes as many lines as there are texts, which must be those in any order.
-    void expectAnyOrder(LogLevel level, std::vector<std::string> texts);
-
-    /// What follows the prefix in the next line, or with `anywhere` in the first line that has it;
-    /// null when there is none.
-    const std::string* next() const { return mLines.empty() ? nullptr : &mLines.front().second; }
-    const std::string* nextWith(std::string_view prefix) const;
-
     void expectEnd() const;
 
-private:
-    Line take(std::string_view wanted);
+    /// The next line, or the next that begins with the prefix; null when there is none.
+    const std::string* next(std::string_view prefix = "") const;
 
+private:
     std::deque<Line> mLines;
 };
 

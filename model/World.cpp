@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <list>
 #include <thread>
+#include <utility>
 
 #include "LocalLogBuffer.h"
 #include "host/mox/Codec.h"
@@ -24,12 +26,17 @@ constexpr std::size_t kMostKeys = 32;
 constexpr std::size_t kHistory = 201;
 constexpr std::uint64_t kImsType = 0x002;
 
-modem::StoredProfile profileOf(TechType tech, int index, const ProfileParams& params) {
-    Image image = imageOf(AddProfileParams(params, true, tech, false));
+modem::StoredProfile profileOf(TechType tech, int index, const Image& image) {
+    return {{static_cast<wds_profile_type_enum_v01>(tech), static_cast<std::uint8_t>(index)},
+            image.isPersistent,
+            settingsOf(image)};
+}
+
+/// A profile as another client makes it.
+Image foreignImage(TechType tech, bool persistent, const ProfileParams& params) {
+    Image image = imageOf(AddProfileParams(params, persistent, tech, false));
     image.name.reset();
-    modem::StoredProfile profile{{}, true, settingsOf(image)};
-    profile.id = {static_cast<wds_profile_type_enum_v01>(tech), static_cast<std::uint8_t>(index)};
-    return profile;
+    return image;
 }
 
 std::vector<modem::StoredProfile> factoryProfiles() {
@@ -40,84 +47,91 @@ std::vector<modem::StoredProfile> factoryProfiles() {
     ProfileParams ims;
     ims.setApnName("ims");
     ims.setApnClass(ApnClass::IMS);
-    return {profileOf(TechType::TECH_3GPP, 1, internet), profileOf(TechType::TECH_3GPP, 3, ims),
-            profileOf(TechType::TECH_3GPP2, 0, internet)};
+    const auto profile = [](TechType tech, int index, const ProfileParams& params) {
+        return profileOf(tech, index, foreignImage(tech, true, params));
+    };
+    return {profile(TechType::TECH_3GPP, 1, internet), profile(TechType::TECH_3GPP, 3, ims),
+            profile(TechType::TECH_3GPP2, 0, internet)};
 }
 
 modem::ModemOptions modemOptions() {
     modem::ModemOptions options;
     options.factoryProfiles = factoryProfiles();
-    options.capacity = Store::kCapacity;
+    options.capacity = ModemModel::kCapacity;
     return options;
-}
-
-TechType techOf(const Step::Arguments& record) {
-    const auto found = record.find("tech");
-    return static_cast<TechType>(found == record.end() ? 0 : found->second);
 }
 
 /// What another client makes of a step's settings, in ways that this library does not.
 modem::StoredProfile foreignProfile(const Step& step) {
     const TechType tech = step.index("tech") == 0 ? TechType::TECH_3GPP : TechType::TECH_3GPP2;
-    const bool persistent = step.index("persistent") != 0;
-    Image image = imageOf(AddProfileParams(step.params(), persistent, tech, false));
-    image.name.reset();
+    Image image = foreignImage(tech, step.index("persistent") != 0, step.params());
     if (tech == TechType::TECH_3GPP) {
-        static constexpr const char* kNames[] = {"other", "velo_profile", "velo_profile_ia",
-                                                 "VELO_PROFILE"};
-        if (step.has("name")) image.name = kNames[step.index("name")];
+        if (step.has("name")) image.name = step.value("name");
         if (step.has("override")) image.overrideHome = static_cast<IPType>(step.index("override"));
         if (step.has("umts")) image.umtsRoam = static_cast<IPType>(step.index("umts"));
     }
     if (step.index("high") != 0) image.types = image.types.value_or(0) | 0x100000000;
-    modem::StoredProfile profile{{}, persistent, settingsOf(image)};
-    profile.id.profile_type = static_cast<wds_profile_type_enum_v01>(tech);
-    profile.id.profile_index = static_cast<std::uint8_t>(step.index("id"));
-    return profile;
+    return profileOf(tech, static_cast<int>(step.index("id")), image);
 }
 
-template <typename T>
-void expectSame(const char* what, const T& expected, const T& observed) {
-    if (expected == observed) return;
-    throw Violation(std::string(what) + "\n  expected: " + expected + "\n  observed: " + observed);
+std::string textOf(bool is) {
+    return is ? "true" : "false";
 }
 
-void expectSame(const char* what, bool expected, bool observed) {
-    expectSame<std::string>(what, expected ? "true" : "false", observed ? "true" : "false");
+template <typename Number>
+requires std::is_arithmetic_v<Number> std::string textOf(Number number) {
+    return std::to_string(number);
 }
 
-std::string joined(const std::vector<std::string>& lines) {
+template <typename Shown>
+requires requires(Shown shown) {
+    shown->dump();
+}
+std::string textOf(const Shown& shown) {
+    return shown ? shown->dump() : "nothing";
+}
+
+std::string textOf(const std::vector<std::string>& lines) {
     std::string text;
     for (const std::string& line : lines) text += "\n    " + line;
     return text;
 }
 
-std::string textOf(const std::vector<CacheModel::Report>& reports) {
+std::string textOf(const std::vector<ModemModel::Report>& reports) {
     std::vector<std::string> lines;
     for (const auto& report : reports) lines.push_back(report.text());
-    return joined(lines);
+    return textOf(lines);
 }
 
 std::string textOf(const std::vector<modem::StoredProfile>& profiles) {
     std::vector<std::string> lines;
     for (const auto& profile : profiles) {
-        lines.push_back(std::string(profile.persistent ? "persistent " : "volatile ") +
-                        imageOf(profile).text());
+        std::string bytes(sizeof profile.settings, '\0');
+        std::memcpy(bytes.data(), &profile.settings, bytes.size());
+        lines.push_back((profile.persistent ? "persistent " : "volatile ") +
+                        imageOf(profile).text() + " sum of all bytes " +
+                        std::to_string(std::hash<std::string>()(bytes)));
     }
-    return joined(lines);
+    return textOf(lines);
 }
 
-bool equal(const modem::StoredProfile& one, const modem::StoredProfile& other) {
-    return one.id.profile_type == other.id.profile_type &&
-           one.id.profile_index == other.id.profile_index && one.persistent == other.persistent &&
-           std::memcmp(&one.settings, &other.settings, sizeof one.settings) == 0;
+template <typename Expected, typename Observed>
+void expectSame(const char* what, const Expected& expected, const Observed& observed) {
+    const std::string wanted = textOf(expected);
+    const std::string seen = textOf(observed);
+    if (wanted == seen) return;
+    throw Violation(std::string(what) + "\n  expected: " + wanted + "\n  observed: " + seen);
 }
 
-/// The history without its time stamps.
-std::vector<std::string> history() {
-    std::vector<std::string> lines = LocalLogBuffer::getInstance().getLogs();
-    for (std::string& line : lines) line.erase(0, line.find("[VELO]") + 6);
-    return lines;
+void withholdTypes(mox::Frame& frame) {
+    if (frame.kind != MOX_MESSAGE_RESPONSE || frame.messageId != kWdsGetProfileSettingsReq) return;
+    const auto* const layout = mox::wdsService().find(MOX_MESSAGE_RESPONSE, frame.messageId);
+    wds_get_profile_settings_resp_msg_v01 message{};
+    mox::decode(*layout, frame.payload, &message);
+    auto& types = message.settings.apn_type_mask;
+    if ((types.value & kImsType) != 0) types.valid = 0;
+    frame.payload.clear();
+    mox::encode(*layout, &message, frame.payload);
 }
 
 }  // namespace
@@ -134,7 +148,6 @@ World::World(bool isModemLying)
         return holdBack(frame);
     });
     start(0);
-    mModel.init(0);
     // The first profile that is read tells which token comes next in this process.
     send(mHeld);
     unsigned long long least = ~0ULL;
@@ -145,7 +158,7 @@ World::World(bool isModemLying)
     mModel.setNextToken(least);
     observe();
     mModel.onIndication(mHeld.front(), {});
-    mModel.underWay().clear();
+    mModemModel.underWay.clear();
     mHeld.clear();
     compare();
 }
@@ -155,378 +168,286 @@ World::~World() {
     // The library outlives this world in its singleton, and must not go on to the next one's modem.
     mox::setModemPath("");
     try {
-        if (mModel.isOn()) switchOff();
+        if (mModemModel.isOn()) powerOff();
     } catch (const Violation&) {
         // Then the world ends because of one that was told already.
     }
 }
 
 void World::perform(const Step& step) {
-    ++mCounts.operations[step.operation];
+    ++mCounts["  " + std::string(step.operation)];
     carryOut(step);
     if (mKeys.size() > kMostKeys) carryOut(Step{"drop"});
 }
 
+World::Counts World::counts() {
+    const std::lock_guard lock(mMutex);
+    mCounts["exchanges refused"] = mRefusals;
+    return mCounts;
+}
+
 void World::carryOut(const Step& step) {
+    static const Actions actions = [] {
+        Actions all;
+        addFacade(all);
+        addPolicies(all);
+        addModem(all);
+        return all;
+    }();
     LocalLogBuffer::getInstance().flush();
     {
         const std::lock_guard lock(mMutex);
         mExchanges = 0;
-        mRefused = !step.has("refuse")         ? 0
-                   : step.index("refuse") == 0 ? -1
-                                               : static_cast<int>(step.index("refuse"));
+        mRefused = static_cast<int>(step.index("refuse"));
+        if (step.has("refuse") && mRefused == 0) mRefused = -1;
     }
     mModel.beginStep({}, 0);
-    (this->*actions().at(step.operation))(step);
+    actions.at(step.operation)(*this, step);
     compare();
 }
 
-const std::map<std::string_view, World::Action>& World::actions() {
-    static const std::map<std::string_view, Action> table{
-        {"add", &World::add},
-        {"modify", &World::modify},
-        {"delete", &World::remove},
-        {"get", &World::get},
-        {"filter", &World::filter},
-        {"match", &World::match},
-        {"listen", &World::listen},
-        {"copy", &World::copy},
-        {"drop", &World::drop},
-        {"refresh-start", &World::refreshStart},
-        {"refresh", &World::refresh},
-        {"data-call", &World::dataCall},
-        {"emergency", &World::emergency},
-        {"attach", &World::attach},
-        {"match-attach", &World::matchAttach},
-        {"by-class", &World::byClass},
-        {"by-types", &World::byTypes},
-        {"allow", &World::allow},
-        {"foreign-add", &World::foreignAdd},
-        {"foreign-modify", &World::foreignModify},
-        {"foreign-delete", &World::foreignDelete},
-        {"deliver", &World::deliver},
-        {"deliver-one", &World::deliverOne},
-        {"lose", &World::lose},
-        {"report", &World::report},
-        {"power-off", &World::powerOff},
-        {"power-on", &World::powerOn},
-        {"init", &World::init},
+void World::addFacade(Actions& actions) {
+    actions["add"] = [](World& w, const Step& step) {
+        const AddProfileParams params(step.params(), step.index("persistent") != 0, step.tech(),
+                                      step.index("initial") != 0);
+        w.hold(w.mManager.addProfile(params), [&] { return w.mModel.addProfile(params); });
     };
-    return table;
+    actions["modify"] = [](World& w, const Step& step) {
+        const ModifyProfileParams params(step.params());
+        const HeldKey key = w.keyOf(step);
+        w.check("modifyProfile returns", w.mManager.modifyProfile(params, key.real),
+                [&] { return w.mModel.modifyProfile(params, key.model); });
+    };
+    actions["delete"] = [](World& w, const Step& step) {
+        const HeldKey key = w.keyOf(step);
+        w.check("deleteProfile returns", w.mManager.deleteProfile(key.real),
+                [&] { return w.mModel.deleteProfile(key.model); });
+    };
+    actions["get"] = [](World& w, const Step& step) {
+        const HeldKey key = w.keyOf(step);
+        w.check("getProfile returns", w.mManager.getProfile(key.real),
+                [&] { return w.mModel.getProfile(key.model); });
+    };
+    actions["match"] = [](World& w, const Step& step) {
+        const HeldKey key = w.keyOf(step);
+        w.check("match returns", w.mManager.match(step.filter(), key.real),
+                [&] { return w.mModel.match(step.filter(), key.model); });
+    };
+    actions["filter"] = [](World& w, const Step& step) { w.filter(step); };
+    actions["listen"] = [](World& w, const Step& step) {
+        const HeldKey key = w.keyOf(step);
+        if (!key.real) return;
+        const int listener = ++w.mListeners;
+        key.real->registerExpirationListener([heard = w.mHeard, listener] {
+            const std::lock_guard lock(heard->mutex);
+            heard->listeners.push_back(listener);
+        });
+        w.observe();
+        w.mModel.registerListener(listener, key.model);
+    };
+    actions["copy"] = [](World& w, const Step& step) {
+        const HeldKey key = w.keyOf(step);
+        if (key.real) w.mKeys.push_back(key);
+    };
+    actions["drop"] = [](World& w, const Step& step) {
+        if (w.mKeys.empty()) return;
+        const auto index = static_cast<std::ptrdiff_t>(step.index("key") % w.mKeys.size());
+        HeldKey key = std::move(w.mKeys[static_cast<std::size_t>(index)]);
+        w.mKeys.erase(w.mKeys.begin() + index);
+        key.real.reset();
+        w.observe();
+        w.mModel.drop(std::move(key.model));
+    };
+    actions["refresh"] = actions["refresh-start"] = [](World& w, const Step& step) {
+        const auto status = step.operation == "refresh" ? PDCRefreshStatus::REFRESH_COMPLETED
+                                                        : PDCRefreshStatus::REFRESH_STARTED;
+        w.mManager.refresh(status);
+        w.observe();
+        w.mModel.refresh(status);
+    };
+    actions["init"] = [](World& w, const Step& step) { w.start(step.index("subscription")); };
 }
 
-void World::observe() {
-    const auto lines = mRecorder.take();
-    mLines = static_cast<std::size_t>(std::count_if(lines.begin(), lines.end(), [](auto& line) {
-        return line.first == LogLevel::Event || line.first == LogLevel::Error;
-    }));
-    mModel.beginStep(lines, mRefused);
+void World::addPolicies(Actions& actions) {
+    actions["data-call"] = [](World& w, const Step& step) {
+        w.hold(w.mUtil.findOrCreateProfileForSetupDataCall(step.tech(), step.params()),
+               [&] { return w.mPolicies.dataCall(step.tech(), step.params()); });
+    };
+    actions["emergency"] = [](World& w, const Step& step) {
+        w.hold(w.mUtil.findOrCreateProfileForEmergencyDataCall(step.params()),
+               [&] { return w.mPolicies.emergencyCall(step.params()); });
+    };
+    actions["attach"] = [](World& w, const Step& step) {
+        w.hold(w.mUtil.findOrCreateProfileForLteAttach(step.params()),
+               [&] { return w.mPolicies.attach(step.params()); });
+    };
+    actions["match-attach"] = [](World& w, const Step& step) {
+        const int id = static_cast<int>(step.index("id"));
+        w.check("matchLteAttachProfileId returns",
+                w.mUtil.matchLteAttachProfileId(id, step.params()),
+                [&] { return w.mPolicies.matchAttach(id, step.params()); });
+    };
+    actions["by-class"] = [](World& w, const Step& step) {
+        std::list<ProfileParams> params3gpp;
+        std::list<ProfileParams> params3gpp2;
+        for (std::size_t i = 0; i < step.records.size(); ++i) {
+            const bool is3gpp = step.tech(i) == TechType::TECH_3GPP;
+            (is3gpp ? params3gpp : params3gpp2).push_back(step.params(i));
+        }
+        w.mUtil.updateModemProfileByApnClass(params3gpp, params3gpp2);
+        w.observe();
+        w.mPolicies.updateByClass(params3gpp, params3gpp2);
+    };
+    actions["by-types"] = [](World& w, const Step& step) {
+        std::list<ProfileParams> records;
+        for (std::size_t i = 0; i < step.records.size(); ++i) records.push_back(step.params(i));
+        w.mUtil.updateAPNTypeBitmaskOnModemProfile(records);
+        w.observe();
+        w.mPolicies.updateTypes(records);
+    };
+    actions["allow"] = [](World& w, const Step& step) {
+        w.mUtil.setProfileUpdateAllowed(step.index("allowed") != 0);
+        w.observe();
+        w.mPolicies.setProfileUpdateAllowed(step.index("allowed") != 0);
+    };
 }
 
-World::HeldKey World::keyOf(const Step& step) const {
-    if (!step.has("key") || mKeys.empty()) return {};
-    return mKeys[step.index("key") % mKeys.size()];
-}
-
-void World::hold(RealKey real, KeyPtr model) {
-    expectSame<std::string>("another key", model ? model->text() : "no key",
-                            real ? real->dump() : "no key");
-    if (!real) return;
-    expectSame<std::string>("another profile id", std::to_string(model->id),
-                            std::to_string(real->getProfileId()));
-    expectSame("another technology", true, model->tech == real->getTechType());
-    mKeys.push_back({std::move(real), std::move(model)});
-}
-
-void World::add(const Step& step) {
-    const AddProfileParams params(step.params(), step.index("persistent") != 0,
-                                  static_cast<TechType>(step.index("tech")),
-                                  step.index("initial") != 0);
-    auto key = mManager.addProfile(params);
-    observe();
-    hold(std::move(key), mModel.addProfile(params));
-}
-
-void World::modify(const Step& step) {
-    const ModifyProfileParams params(step.params());
-    const HeldKey key = keyOf(step);
-    const bool done = mManager.modifyProfile(params, key.real);
-    observe();
-    expectSame("modifyProfile returns", mModel.modifyProfile(params, key.model), done);
-}
-
-void World::remove(const Step& step) {
-    const HeldKey key = keyOf(step);
-    const bool done = mManager.deleteProfile(key.real);
-    observe();
-    expectSame("deleteProfile returns", mModel.deleteProfile(key.model), done);
-}
-
-void World::get(const Step& step) {
-    const HeldKey key = keyOf(step);
-    const auto params = mManager.getProfile(key.real);
-    observe();
-    const auto expected = mModel.getProfile(key.model);
-    expectSame<std::string>("getProfile returns", expected ? expected->dump() : "nothing",
-                            params ? params->dump() : "nothing");
+void World::addModem(Actions& actions) {
+    for (const char* operation : {"foreign-add", "foreign-modify", "foreign-delete"}) {
+        actions[operation] = [](World& w, const Step& step) { w.foreign(step); };
+    }
+    actions["deliver"] = [](World& w, const Step&) { w.deliver(w.mHeld, {}); };
+    actions["deliver-one"] = [](World& w, const Step& step) {
+        if (w.mHeld.empty()) return;
+        const auto index = step.index("which") % w.mHeld.size();
+        Reports rest = w.mHeld;
+        if (step.index("again") == 0) rest.erase(rest.begin() + static_cast<std::ptrdiff_t>(index));
+        w.deliver({w.mHeld[index]}, rest);
+    };
+    actions["lose"] = [](World& w, const Step& step) {
+        if (w.mHeld.empty()) return;
+        const auto index = static_cast<std::ptrdiff_t>(step.index("which") % w.mHeld.size());
+        w.mHeld.erase(w.mHeld.begin() + index);
+        w.mModemModel.underWay.erase(w.mModemModel.underWay.begin() + index);
+    };
+    actions["report"] = [](World& w, const Step& step) {
+        if (!w.mModemModel.isOn()) return;
+        const auto event = static_cast<wds_profile_event_enum_v01>(std::stoi(step.value("event")));
+        w.deliver({{static_cast<wds_profile_type_enum_v01>(step.tech()),
+                    static_cast<int>(step.index("id")), event}},
+                  w.mHeld);
+    };
+    actions["power-off"] = [](World& w, const Step&) {
+        if (!w.mModemModel.isOn()) return;
+        w.powerOff();
+        w.mHeld.clear();
+        w.observe();
+        w.mModemModel.powerOff();
+        w.mModel.expect(LogLevel::Info, "Handling modem down");
+        w.mModel.expect(LogLevel::Event, "MoxWdsProxy::registerMoxSvcUp");
+        w.mModel.getProfile(nullptr);
+    };
+    actions["power-on"] = [](World& w, const Step&) {
+        if (w.mModemModel.isOn()) return;
+        w.mModem.powerOn();
+        w.mRecorder.waitFor("MoxWdsProxy config register request successful!");
+        w.waitForReady();
+        w.observe();
+        w.mModemModel.powerOn();
+    };
 }
 
 void World::filter(const Step& step) {
-    const FilterProfileParams params = step.filter();
-    auto found = mManager.filter(params);
+    auto found = mManager.filter(step.filter());
     std::vector<std::string> texts;
-    for (const auto& key : found) texts.push_back(key->dump());
     std::vector<RealKey> kept;
-    while (kept.size() < step.index("keep") && !found.empty()) {
-        kept.push_back(std::move(found.front()));
-        found.pop_front();
+    for (; !found.empty(); found.pop_front()) {
+        texts.push_back(found.front()->dump());
+        if (kept.size() < step.index("keep")) kept.push_back(found.front());
     }
-    while (!found.empty()) found.pop_front();
     observe();
-
     std::map<std::string, KeyPtr> expected;
-    for (KeyPtr& key : mModel.filter(params)) {
-        const std::string text = key->text();
+    for (KeyPtr& key : mModel.filter(step.filter())) {
+        const std::string text = key->dump();
         expected.emplace(text, std::move(key));
     }
-    expectSame<std::string>("filter finds", std::to_string(expected.size()),
-                            std::to_string(texts.size()));
+    expectSame("keys that filter finds", expected.size(), texts.size());
     for (std::size_t i = 0; i < texts.size(); ++i) {
         auto key = expected.extract(texts[i]);
         if (key.empty()) throw Violation("filter finds " + texts[i]);
         if (i < kept.size()) {
-            hold(std::move(kept[i]), std::move(key.mapped()));
+            keep(std::move(kept[i]), std::move(key.mapped()));
         } else {
             mModel.drop(std::move(key.mapped()));
         }
     }
 }
 
-void World::match(const Step& step) {
-    const FilterProfileParams params = step.filter();
-    const HeldKey key = keyOf(step);
-    const bool matched = mManager.match(params, key.real);
-    observe();
-    expectSame("match returns", mModel.match(params, key.model), matched);
-}
-
-void World::listen(const Step& step) {
-    const HeldKey key = keyOf(step);
-    if (!key.real) return;
-    const int listener = ++mListeners;
-    key.real->registerExpirationListener([heard = mHeard, listener] {
-        const std::lock_guard lock(heard->mutex);
-        heard->listeners.push_back(listener);
-    });
-    observe();
-    mModel.registerListener(listener, key.model);
-}
-
-void World::copy(const Step& step) {
-    const HeldKey key = keyOf(step);
-    if (key.real) mKeys.push_back(key);
-}
-
-void World::drop(const Step& step) {
-    if (mKeys.empty()) return;
-    const auto found =
-        mKeys.begin() + static_cast<std::ptrdiff_t>(step.index("key") % mKeys.size());
-    HeldKey key = std::move(*found);
-    mKeys.erase(found);
-    key.real.reset();
-    observe();
-    mModel.drop(std::move(key.model));
-}
-
-void World::refreshStart(const Step&) {
-    mManager.refresh(PDCRefreshStatus::REFRESH_STARTED);
-    observe();
-    mModel.refresh(PDCRefreshStatus::REFRESH_STARTED);
-}
-
-void World::refresh(const Step&) {
-    mManager.refresh(PDCRefreshStatus::REFRESH_COMPLETED);
-    observe();
-    mModel.refresh(PDCRefreshStatus::REFRESH_COMPLETED);
-}
-
-void World::dataCall(const Step& step) {
-    const auto tech = static_cast<TechType>(step.index("tech"));
-    auto key = mUtil.findOrCreateProfileForSetupDataCall(tech, step.params());
-    observe();
-    hold(std::move(key), mPolicies.dataCall(tech, step.params()));
-}
-
-void World::emergency(const Step& step) {
-    auto key = mUtil.findOrCreateProfileForEmergencyDataCall(step.params());
-    observe();
-    hold(std::move(key), mPolicies.emergencyCall(step.params()));
-}
-
-void World::attach(const Step& step) {
-    auto key = mUtil.findOrCreateProfileForLteAttach(step.params());
-    observe();
-    hold(std::move(key), mPolicies.attach(step.params()));
-}
-
-void World::matchAttach(const Step& step) {
-    const int id = static_cast<int>(step.index("id"));
-    const bool matched = mUtil.matchLteAttachProfileId(id, step.params());
-    observe();
-    expectSame("matchLteAttachProfileId returns", mPolicies.matchAttach(id, step.params()),
-               matched);
-}
-
-void World::byClass(const Step& step) {
-    std::list<ProfileParams> params3gpp;
-    std::list<ProfileParams> params3gpp2;
-    for (std::size_t i = 0; i < step.records.size(); ++i) {
-        const bool is3gpp = techOf(step.records[i]) == TechType::TECH_3GPP;
-        (is3gpp ? params3gpp : params3gpp2).push_back(step.params(i));
+void World::foreign(const Step& step) {
+    const auto profile = foreignProfile(step);
+    const auto tech = static_cast<TechType>(profile.id.profile_type);
+    const int index = profile.id.profile_index;
+    const unsigned int subscription = step.index("subscription");
+    if (step.operation == "foreign-add") {
+        const auto added = mModem.addProfile(subscription, profile);
+        check("another client's profile is", added ? int{*added} : -1,
+              [&] { return mModemModel.create(subscription, profile); });
+    } else if (step.operation == "foreign-modify") {
+        mModem.modifyProfile(subscription, profile.id, profile.settings);
+        observe();
+        mModemModel.modify(subscription, tech, index, profile.settings);
+    } else {
+        mModem.deleteProfile(subscription, profile.id);
+        observe();
+        mModemModel.remove(subscription, tech, index);
     }
-    mUtil.updateModemProfileByApnClass(params3gpp, params3gpp2);
-    observe();
-    mPolicies.updateByClass(params3gpp, params3gpp2);
+    ++mCounts["foreign changes"];
 }
 
-void World::byTypes(const Step& step) {
-    std::list<ProfileParams> records;
-    for (std::size_t i = 0; i < step.records.size(); ++i) records.push_back(step.params(i));
-    mUtil.updateAPNTypeBitmaskOnModemProfile(records);
-    observe();
-    mPolicies.updateTypes(records);
-}
-
-void World::allow(const Step& step) {
-    mUtil.setProfileUpdateAllowed(step.index("allowed") != 0);
-    observe();
-    mPolicies.setProfileUpdateAllowed(step.index("allowed") != 0);
-}
-
-void World::foreignAdd(const Step& step) {
-    const auto profile = foreignProfile(step);
-    const auto index = mModem.addProfile(step.index("subscription"), profile);
-    observe();
-    const int expected = mModel.foreignCreate(step.index("subscription"), profile);
-    expectSame<std::string>("another client's profile is", std::to_string(expected),
-                            std::to_string(index ? *index : -1));
-    ++mCounts.foreign;
-}
-
-void World::foreignModify(const Step& step) {
-    const auto profile = foreignProfile(step);
-    mModem.modifyProfile(step.index("subscription"), profile.id, profile.settings);
-    observe();
-    mModel.foreignModify(step.index("subscription"), static_cast<TechType>(profile.id.profile_type),
-                         profile.id.profile_index, profile.settings);
-    ++mCounts.foreign;
-}
-
-void World::foreignDelete(const Step& step) {
-    const auto profile = foreignProfile(step);
-    mModem.deleteProfile(step.index("subscription"), profile.id);
-    observe();
-    mModel.foreignRemove(step.index("subscription"), static_cast<TechType>(profile.id.profile_type),
-                         profile.id.profile_index);
-    ++mCounts.foreign;
-}
-
-void World::deliver(const Step&) {
-    const auto reports = std::exchange(mHeld, {});
-    mModel.underWay().clear();
+void World::deliver(const Reports reports, const Reports rest) {
+    mHeld.clear();
     send(reports);
     observe();
-    const auto isNull = [](unsigned long long token) {
-        const auto lines = Manager::getInstance().dump();
+    const auto isNull = [this](unsigned long long token) {
+        const auto lines = mManager.dump();
         return std::find(lines.begin(), lines.end(), "  " + std::to_string(token) + ": null") !=
                lines.end();
     };
     for (const auto& report : reports) mModel.onIndication(report, isNull);
-}
-
-void World::deliverOne(const Step& step) {
-    if (mHeld.empty()) return;
-    const auto index = static_cast<std::ptrdiff_t>(step.index("which") % mHeld.size());
-    std::vector<CacheModel::Report> rest = mHeld;
-    if (step.index("again") == 0) rest.erase(rest.begin() + index);
-    mHeld = {mHeld[static_cast<std::size_t>(index)]};
-    deliver(step);
     mHeld = rest;
-    mModel.underWay() = rest;
+    mModemModel.underWay = rest;
 }
 
-void World::lose(const Step& step) {
-    if (mHeld.empty()) return;
-    const auto index = static_cast<std::ptrdiff_t>(step.index("which") % mHeld.size());
-    mHeld.erase(mHeld.begin() + index);
-    mModel.underWay().erase(mModel.underWay().begin() + index);
-}
-
-void World::report(const Step& step) {
-    if (!mModel.isOn()) return;
-    auto rest = mHeld;
-    mHeld = {{static_cast<wds_profile_type_enum_v01>(step.index("tech")),
-              static_cast<int>(step.index("id")),
-              static_cast<wds_profile_event_enum_v01>(step.number("event"))}};
-    deliver(step);
-    mHeld = rest;
-    mModel.underWay() = rest;
-}
-
-void World::powerOff(const Step&) {
-    if (!mModel.isOn()) return;
-    switchOff();
-    mHeld.clear();
-    observe();
-    mModel.powerOff();
-    mModel.expect(LogLevel::Info, "Handling modem down");
-    mModel.expect(LogLevel::Event, "MoxWdsProxy::registerMoxSvcUp");
-    mModel.getProfile(nullptr);
-}
-
-void World::switchOff() {
+void World::powerOff() {
     mModem.powerOff();
     mRecorder.waitFor("MoxWdsProxy::registerMoxSvcUp");
     // Once it has answered a request the worker is done with what it did before.
     mManager.getProfile(nullptr);
 }
 
-void World::powerOn(const Step&) {
-    if (mModel.isOn()) return;
-    mModem.powerOn();
-    mRecorder.waitFor("MoxWdsProxy config register request successful!");
-    waitForReady();
-    observe();
-    mModel.powerOn();
-}
-
-void World::init(const Step& step) {
-    mHeld.clear();
-    start(step.index("subscription"));
-    mModel.init(step.index("subscription"));
-}
-
 void World::start(unsigned int subscription) {
+    mHeld.clear();
     LocalLogBuffer::getInstance().flush();
     mManager.init(static_cast<int>(subscription), false);
-    if (mModel.isOn()) waitForReady();
+    if (mModemModel.isOn()) waitForReady();
     mManager.getProfile(nullptr);
     const auto end = Clock::now() + kBound;
-    while (mModem.clients() != (mModel.isOn() ? 1 : 0)) {
+    while (mModem.clients() != (mModemModel.isOn() ? 1 : 0)) {
         if (Clock::now() > end) throw Violation("the connection of the manager before stays");
         std::this_thread::yield();
     }
     mRecorder.attach();
     mRecorder.take();
-    auto said = history();
+    auto said = LocalLogBuffer::getInstance().getLogs();
+    for (std::string& line : said) line.erase(0, line.find("[VELO]") + 6);
     std::sort(said.begin(), said.end());
-    expectSame<std::string>(
-        "the log of a start",
-        joined({"Manager::getProfile < Get Failure ", "Manager::getProfile > Get ",
-                "Manager::init(" + std::to_string(subscription) + ")",
-                "MoxWdsProxy::registerMoxSvcUp", "VELO thread started"}),
-        joined(said));
+    const std::vector<std::string> expected{"Manager::getProfile < Get Failure ",
+                                            "Manager::getProfile > Get ",
+                                            "Manager::init(" + std::to_string(subscription) + ")",
+                                            "MoxWdsProxy::registerMoxSvcUp", "VELO thread started"};
+    expectSame("the log of a start", expected, said);
     LocalLogBuffer::getInstance().flush();
+    mModel.init(subscription);
 }
 
 bool World::admit(const mox::Frame& request) {
@@ -536,7 +457,7 @@ bool World::admit(const mox::Frame& request) {
     const std::lock_guard lock(mMutex);
     ++mExchanges;
     if (mRefused >= 0 && mExchanges != mRefused) return true;
-    ++mCounts.refused;
+    ++mRefusals;
     return false;
 }
 
@@ -553,35 +474,6 @@ bool World::holdBack(const mox::Frame& frame) {
     return false;
 }
 
-void World::withholdTypes(mox::Frame& frame) {
-    const auto* const layout = mox::wdsService().find(MOX_MESSAGE_RESPONSE, frame.messageId);
-    if (frame.kind != MOX_MESSAGE_RESPONSE || frame.messageId != kWdsGetProfileSettingsReq) return;
-    wds_get_profile_settings_resp_msg_v01 message{};
-    mox::decode(*layout, frame.payload, &message);
-    if ((message.settings.apn_type_mask.value & kImsType) != 0) {
-        message.settings.apn_type_mask.valid = 0;
-    }
-    frame.payload.clear();
-    mox::encode(*layout, &message, frame.payload);
-}
-
-void World::send(const std::vector<CacheModel::Report>& reports) {
-    {
-        const std::lock_guard lock(mMutex);
-        mIsPassing = true;
-    }
-    for (const auto& report : reports) {
-        mModem.report(mModel.subscription(), {report.type, static_cast<std::uint8_t>(report.index)},
-                      report.event);
-    }
-    {
-        const std::lock_guard lock(mMutex);
-        mIsPassing = false;
-    }
-    mRecorder.waitForIndications(reports.size());
-    mCounts.reports += reports.size();
-}
-
 void World::waitForReady() {
     std::unique_lock lock(mMutex);
     const bool ready = mHeldOne.wait_for(lock, kBound, [this] {
@@ -590,26 +482,65 @@ void World::waitForReady() {
     if (!ready) throw Violation("the library does not register with the modem");
 }
 
+void World::send(const Reports& reports) {
+    const auto pass = [this](bool isPassing) {
+        const std::lock_guard lock(mMutex);
+        mIsPassing = isPassing;
+    };
+    pass(true);
+    for (const auto& report : reports) {
+        mModem.report(mModemModel.subscription(),
+                      {report.type, static_cast<std::uint8_t>(report.index)}, report.event);
+    }
+    pass(false);
+    mRecorder.waitForIndications(reports.size());
+    mCounts["indications delivered"] += reports.size();
+}
+
+World::HeldKey World::keyOf(const Step& step) const {
+    if (!step.has("key") || mKeys.empty()) return {};
+    return mKeys[step.index("key") % mKeys.size()];
+}
+
+void World::hold(RealKey real, const std::function<KeyPtr()>& expected) {
+    observe();
+    keep(std::move(real), expected());
+}
+
+void World::keep(RealKey real, KeyPtr model) {
+    expectSame("another key", model, real);
+    if (!real) return;
+    expectSame("another profile id", model->id, real->getProfileId());
+    expectSame("another technology", model->tech == TechType::TECH_3GPP,
+               real->getTechType() == TechType::TECH_3GPP);
+    mKeys.push_back({std::move(real), std::move(model)});
+}
+
+template <typename Expected, typename Observed>
+void World::check(const char* what, const Observed& observed, const Expected& expected) {
+    observe();
+    expectSame(what, expected(), observed);
+}
+
+void World::observe() {
+    const auto lines = mRecorder.take();
+    mLines = static_cast<std::size_t>(std::count_if(lines.begin(), lines.end(), [](auto& line) {
+        return line.first == LogLevel::Event || line.first == LogLevel::Error;
+    }));
+    mModel.beginStep(lines, mRefused);
+}
+
 void World::compare() {
     mModel.endStep();
     for (unsigned int subscription = 0; subscription < 2; ++subscription) {
-        compareStore(subscription);
+        expectSame("the modem stores something else", mModemModel.all(subscription),
+                   mModem.profiles(subscription));
     }
     const std::lock_guard lock(mMutex);
-    expectSame<std::string>("the reports of the modem", textOf(mModel.underWay()), textOf(mHeld));
-    expectSame<std::string>("exchanges with the modem", std::to_string(mModel.exchanges()),
-                            std::to_string(mExchanges));
+    expectSame("the reports of the modem", mModemModel.underWay, mHeld);
+    expectSame("exchanges with the modem", mModel.exchanges(), mExchanges);
     compareListeners();
     compareDump();
-}
-
-void World::compareStore(unsigned int subscription) {
-    const auto expected = mModel.store(subscription).all();
-    const auto stored = mModem.profiles(subscription);
-    if (!std::equal(expected.begin(), expected.end(), stored.begin(), stored.end(), equal)) {
-        throw Violation("the modem stores something else\n  expected:" + textOf(expected) +
-                        "\n  observed:" + textOf(stored));
-    }
 }
 
 void World::compareListeners() {
@@ -641,15 +572,15 @@ void World::compareDump() {
     const auto pending = std::find(dump.begin(), dump.end(), "Pending:");
     const auto end = std::find(pending, dump.end(), "");
     if (dump.front() != "Cache:" || dump.end() - end < 2 || *(end + 1) != "Logs:") {
-        throw Violation("the dump is not of its form:" + joined(dump));
+        throw Violation("the dump is not of its form:" + textOf(dump));
     }
     std::vector<std::string> cached(dump.begin() + 1, pending);
     std::sort(cached.begin(), cached.end());
-    expectSame<std::string>("the cache", joined(mModel.cacheLines()), joined(cached));
-    expectSame<std::string>("pending transactions", joined(mModel.pendingLines()),
-                            joined({pending + 1, end}));
-    expectSame<std::string>("lines of the history", std::to_string(std::min(mLines, kHistory)),
-                            std::to_string(dump.end() - end - 2));
+    expectSame("the cache", mModel.cacheLines(), cached);
+    expectSame("pending transactions", mModel.pendingLines(),
+               std::vector<std::string>(pending + 1, end));
+    expectSame("lines of the history", std::min(mLines, kHistory),
+               static_cast<std::size_t>(dump.end() - end - 2));
     mLines = 0;
 }
 

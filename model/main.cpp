@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <fstream>
 #include <iostream>
+#include <limits>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -49,7 +50,10 @@ int main(int argc, char** argv) {
                  "Has the modem withhold the APN types of IMS profiles, which must be noticed");
     CLI11_PARSE(app, argc, argv);
     if (isBrief) options.operations = kBriefOperations;
-    if (options.operations == 0 && options.seconds == 0) options.operations = kOperations;
+    if (options.operations == 0) {
+        options.operations =
+            options.seconds == 0 ? kOperations : std::numeric_limits<std::uint64_t>::max();
+    }
 
     velo::model::Steps steps;
     try {
