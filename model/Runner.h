@@ -55,7 +55,8 @@ private:
     void follow(std::vector<Job>& jobs);
     void listen(Job& job);
     std::string troubleAlone(const Steps& steps, bool isNarrated) const;
-    bool perform(const Steps& steps, bool isNarrated) const;
+    /// What the steps violate; empty for nothing.
+    std::string perform(const Steps& steps, bool isNarrated, World::Counts& counts) const;
     void reportFailure(const Job& job);
     void reportSummary(bool passed);
     void showProgress(const std::string& text);

@@ -16,15 +16,15 @@ using ::testing::HasSubstr;
 
 TEST(ModelTest, AFewThousandOperations) {
     const auto result =
-        SpawnedCommand(VELO_MODEL, {"--operations", "4000", "--seed", "1"}).finish();
+        SpawnedCommand(VELO_MODEL, {"--operations", "2000", "--seed", "1"}).finish();
     EXPECT_EQ(0, result.status) << result.out << result.err;
-    EXPECT_THAT(result.out, HasSubstr("operations              4000\n"));
+    EXPECT_THAT(result.out, HasSubstr("operations              2000\n"));
 }
 
 TEST(ModelTest, ALieIsFoundShortenedAndReplayed) {
     std::string folder = std::filesystem::temp_directory_path() / "velo-model-XXXXXX";
     ASSERT_NE(nullptr, ::mkdtemp(folder.data()));
-    const auto found = SpawnedCommand(VELO_MODEL, {"--lying-modem", "--operations", "500", "--seed",
+    const auto found = SpawnedCommand(VELO_MODEL, {"--lying-modem", "--operations", "250", "--seed",
                                                    "1", "--jobs", "1", "--failures", folder})
                            .finish();
     EXPECT_EQ(1, found.status) << found.out << found.err;
