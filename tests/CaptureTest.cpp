@@ -38,13 +38,6 @@ using Bytes = std::vector<std::uint8_t>;
 
 class CaptureTest : public ::testing::Test {
 protected:
-    CaptureTest() {
-        std::string folder = std::filesystem::temp_directory_path() / "velo-capture-XXXXXX";
-        mFolder = ::mkdtemp(folder.data());
-        mPath = mFolder / "capture.pcapng";
-    }
-    ~CaptureTest() override { std::filesystem::remove_all(mFolder); }
-
     modem::ModemOptions options() const {
         modem::ModemOptions options;
         options.captureFile = mPath;
@@ -68,8 +61,8 @@ protected:
         }
     }
 
-    std::filesystem::path mFolder;
-    std::filesystem::path mPath;
+    const TemporaryFolder mFolder;
+    const std::string mPath = mFolder / "capture.pcapng";
 };
 
 std::string firstLine(const CapturedFrame& frame) {
@@ -279,7 +272,7 @@ TEST_F(CaptureTest, AFullDiskStopsTheCaptureAndNotTheModem) {
         EXPECT_EQ(MOX_NO_ERR, client.bind(0));
     }
     ::setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ("velo-modem: capture " + mPath.string() + " stopped: File too large\n",
+    EXPECT_EQ("velo-modem: capture " + mPath + " stopped: File too large\n",
               ::testing::internal::GetCapturedStderr());
     EXPECT_LT(0U, frames().size());
     EXPECT_GT(kRoom, std::filesystem::file_size(mPath));
@@ -288,8 +281,7 @@ TEST_F(CaptureTest, AFullDiskStopsTheCaptureAndNotTheModem) {
 TEST_F(CaptureTest, DamagedFilesAreShownUpToTheDamage) {
     constexpr std::size_t kPacket = 64;
     write({Bytes(11), Bytes(11)});
-    std::ifstream file(mPath, std::ios::binary);
-    const std::string good(std::istreambuf_iterator<char>(file), {});
+    const std::string good = textOf(mPath);
     const std::size_t second = good.size() - kPacket;
     const std::size_t interface = 28;
     const auto with = [&](std::size_t at, const std::string& bytes) {
@@ -322,11 +314,11 @@ TEST_F(CaptureTest, DamagedFilesAreShownUpToTheDamage) {
         {with(second + 32, "\2"), 1, at2 + "the packet has an unknown direction"},
     };
     for (const auto& [content, packets, error] : cases) {
-        std::ofstream(mPath, std::ios::binary) << content;
+        mFolder.write("capture.pcapng", content);
         std::ostringstream out;
         std::ostringstream errors;
         EXPECT_EQ(2, modem::decodeCommand(mPath, out, errors));
-        EXPECT_EQ("velo-modem: " + mPath.string() + error + "\n", errors.str());
+        EXPECT_EQ("velo-modem: " + mPath + error + "\n", errors.str());
         const std::string text = out.str();
         EXPECT_EQ(packets, std::count(text.begin(), text.end(), '\n')) << text;
     }
@@ -362,10 +354,10 @@ TEST_F(CaptureTest, DissectorMarksWhatTheCodecRefuses) {
         expected += codecTakes(frame) ? "" : std::to_string(packets.size()) + ",\n";
     }
     write(packets);
-    std::ofstream(mFolder / "velo.lua") << program;
+    mFolder.write("velo.lua", program);
     // An error of the program itself shows as a packet too many or in the second column.
     const std::string command =
-        "cd " + mFolder.string() +
+        "cd " + mFolder.path() +
         " && tshark -X lua_script:velo.lua -r capture.pcapng -Y 'velo.malformed || _ws.lua.error'"
         " -T fields -E separator=, -e frame.number -e _ws.lua.error 2>errors";
     const std::unique_ptr<FILE, int (*)(FILE*)> tshark(::popen(command.c_str(), "r"), &::pclose);

@@ -190,18 +190,14 @@ TEST(ControlTest, MalformedOrdersAreAnsweredAndChangeNothing) {
         {"", "order: is not JSON at line 1, byte 1"},
         {"{\"order\": \"stop\"", "order: is not JSON at line 1, byte 17"},
         {R"({"order": "stop", "order": "status"})", "order: \"order\" is there twice"},
-        {"\xFF\xFE", "order: is not JSON at line 1, byte 1"},
         {R"({"order": "add", "profile": )" + std::string(30000, '[') + std::string(30000, ']') +
              "}",
          "order: is nested more than 16 deep"},
         {"[]", "the order is not an object with a text \"order\""},
-        {R"({"order": 7})", "the order is not an object with a text \"order\""},
         {R"({"order": "explode"})", "there is no order \"explode\"; \"help\" lists them"},
         {R"({"order": "stop"})", "this modem is not a process of its own"},
         {R"({"order": "status", "client": 1})", "\"client\" is no member of status; it has none"},
         {R"({"order": "delete", "technology": "3gpp"})", "delete needs \"index\""},
-        {R"({"order": "delete", "technology": "5g", "index": 1})",
-         "\"technology\" is neither \"3gpp\" nor \"3gpp2\""},
         {R"({"order": "delete", "technology": "3gpp", "index": 256})",
          "\"index\" is not a number from 0 to 255"},
         {R"({"order": "delete", "technology": "3gpp", "index": 99})",
@@ -211,8 +207,6 @@ TEST(ControlTest, MalformedOrdersAreAnsweredAndChangeNothing) {
          "\"profile\" has an index, which is the modem's to choose"},
         {R"({"order": "add", "profile": {"settings": {}}})",
          "\"profile\" is not an object with a technology"},
-        {R"({"order": "change", "technology": "3gpp", "index": 1, "settings": {"apn": 1}})",
-         "\"apn\" is not a setting"},
         {R"({"order": "drop", "message": "any", "count": 0})",
          "\"count\" is not a number from 1 to 1000000"},
         {R"({"order": "damage", "message": "create-profile", "kind": "truncated"})",
@@ -270,21 +264,23 @@ TEST(ControlTest, ADelayedAnswerKeepsNobodyWaiting) {
     EXPECT_EQ(0, bench.order(R"({"order":"status"})")["planned"]);
 }
 
-TEST(ControlTest, LatencyKeepsTheOrder) {
-    ModemOptions options;
-    options.latencyMs = 2;
-    Bench bench(std::move(options));
-    std::vector<int> kinds;
-    bench.modem.setTamper([&](mox::Frame& frame) {
-        kinds.push_back(frame.kind);
-        return true;
-    });
-    bench.client.create("a");
-    expectEvents(bench, {"0:0 1", "0:0 3"});
-    bench.modem.setTamper({});
-    EXPECT_EQ(
-        (std::vector<int>{MOX_MESSAGE_RESPONSE, MOX_MESSAGE_INDICATION, MOX_MESSAGE_INDICATION}),
-        kinds);
+TEST(ControlTest, TheAnswerLeavesBeforeItsIndicationsWithAndWithoutLatency) {
+    for (const unsigned int latency : {0U, 2U}) {
+        ModemOptions options;
+        options.latencyMs = latency;
+        Bench bench(std::move(options));
+        std::vector<int> kinds;
+        bench.modem.setTamper([&](mox::Frame& frame) {
+            kinds.push_back(frame.kind);
+            return true;
+        });
+        bench.client.create("a");
+        expectEvents(bench, {"0:0 1", "0:0 3"});
+        bench.modem.setTamper({});
+        EXPECT_EQ((std::vector<int>{MOX_MESSAGE_RESPONSE, MOX_MESSAGE_INDICATION,
+                                    MOX_MESSAGE_INDICATION}),
+                  kinds);
+    }
 }
 
 TEST(ControlTest, ARestartComesWhereItWasOrdered) {

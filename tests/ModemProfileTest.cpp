@@ -57,6 +57,16 @@ TEST(ModemProfileTest, RoamingTypesFromTheModem) {
     EXPECT_FALSE(log.has(LogLevel::Debug, "Unknown pdp_type_enum 255"));
 }
 
+TEST(ModemProfileTest, TypesAreComparedInTheirWholeWidth) {
+    ProfileParams none;
+    Modem3gppProfile profile(none);
+    EXPECT_TRUE(profile.matchExactApnTypesMask(0));
+    profile.setApnTypesMask(0x100000001ULL);
+    EXPECT_FALSE(profile.matchExactApnTypesMask(0x001));
+    EXPECT_TRUE(profile.matchSubsetApnTypesMask(0x001));
+    EXPECT_FALSE(profile.matchSubsetApnTypesMask(0x003));
+}
+
 TEST(ModemProfileTest, RequestsCutWhatDoesNotFit) {
     ProfileParams params;
     params.setApnName(std::string(200, 'X'));

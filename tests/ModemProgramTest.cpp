@@ -80,12 +80,7 @@ private:
 
 class ModemProgramTest : public ::testing::Test {
 protected:
-    ModemProgramTest() : mFolder(std::filesystem::temp_directory_path() / "velo-test-XXXXXX") {
-        EXPECT_NE(nullptr, ::mkdtemp(mFolder.data()));
-    }
-    ~ModemProgramTest() override { std::filesystem::remove_all(mFolder); }
-
-    std::string path() const { return mFolder + "/modem"; }
+    std::string path() const { return mFolder / "modem"; }
     std::string control() const { return path() + ".control"; }
 
     /// A modem that listens, with more options and more environment.
@@ -109,7 +104,7 @@ protected:
         return run(words);
     }
 
-    std::string mFolder;
+    TemporaryFolder mFolder;
 };
 
 TEST_F(ModemProgramTest, TakesOrdersOfSeveralControllers) {
@@ -175,7 +170,7 @@ TEST_F(ModemProgramTest, OrdersFromTheShell) {
 
 TEST_F(ModemProgramTest, TellsTheServiceManagerAndStopsCleanly) {
     for (const bool abstract : {false, true}) {
-        const std::string name = abstract ? "@" + mFolder : mFolder + "/notify";
+        const std::string name = abstract ? "@" + mFolder.path() : mFolder / "notify";
         sockaddr_un address;
         ASSERT_TRUE(mox::makeAddress(name, address));
         if (abstract) {
@@ -216,11 +211,11 @@ TEST_F(ModemProgramTest, TakesOverFromADeadModemAndNeverFromALiveOne) {
     const auto second = run({"--socket", path()});
     EXPECT_EQ(1, second.status);
     EXPECT_EQ("velo-modem: control socket " + control() + ": Address already in use\n", second.err);
-    const auto third = run({"--socket", mFolder + "/other", "--control", control()});
+    const auto third = run({"--socket", mFolder / "other", "--control", control()});
     EXPECT_EQ(1, third.status);
     EXPECT_EQ("velo-modem: control socket " + control() + ": Address already in use\n", third.err);
-    EXPECT_FALSE(std::filesystem::exists(mFolder + "/other"));
-    const auto fourth = run({"--socket", path(), "--control", mFolder + "/other"});
+    EXPECT_FALSE(std::filesystem::exists(mFolder / "other"));
+    const auto fourth = run({"--socket", path(), "--control", mFolder / "other"});
     EXPECT_EQ(1, fourth.status);
     EXPECT_EQ("velo-modem: modem socket " + path() + ": Address already in use\n", fourth.err);
     EXPECT_EQ(MOX_NO_ERR, ModemClient(path()).bind(0));
@@ -228,18 +223,17 @@ TEST_F(ModemProgramTest, TakesOverFromADeadModemAndNeverFromALiveOne) {
 }
 
 TEST_F(ModemProgramTest, LeavesTheCaptureOfALiveModemAlone) {
-    const std::string file = mFolder + "/capture";
-    const std::string old = mFolder + "/old";
-    std::ofstream(old) << "of yesterday";
+    const std::string file = mFolder / "capture";
+    const std::string old = mFolder.write("old", "of yesterday");
     const auto alive = start({"--capture", file});
     EXPECT_EQ(MOX_NO_ERR, ModemClient(path()).bind(0));
     const auto size = std::filesystem::file_size(file);
-    const auto second = run({"--socket", mFolder + "/other", "--capture", file});
+    const auto second = run({"--socket", mFolder / "other", "--capture", file});
     EXPECT_EQ(2, second.status);
     EXPECT_EQ("velo-modem: capture " + file + ": is in use by another modem\n", second.err);
     EXPECT_LE(size, std::filesystem::file_size(file));
     const auto third =
-        run({"--socket", mFolder + "/other", "--control", control(), "--capture", old});
+        run({"--socket", mFolder / "other", "--control", control(), "--capture", old});
     EXPECT_EQ(1, third.status);
     EXPECT_LT(0U, std::filesystem::file_size(old)) << "emptied for a modem that cannot start";
 }
@@ -300,7 +294,7 @@ TEST_F(ModemProgramTest, LibraryComesBackWhenThereAreDescriptorsAgain) {
 }
 
 TEST_F(ModemProgramTest, RefusesWhatItCannotUse) {
-    std::ofstream(mFolder + "/damaged") << "{\"profiles\": ";
+    mFolder.write("damaged", "{\"profiles\": ");
     struct Case {
         Words words;
         std::string says;
@@ -314,16 +308,16 @@ TEST_F(ModemProgramTest, RefusesWhatItCannotUse) {
         {{"--latency", "-1", "--socket", path()}, "--latency"},
         {{"--seed", "-1", "--socket", path()}, "--seed"},
         {{"--seed", "18446744073709551616", "--socket", path()}, "--seed"},
-        {{"--socket", path(), "--state", mFolder + "/x", "--capture", mFolder + "/./x"},
+        {{"--socket", path(), "--state", mFolder / "x", "--capture", mFolder / "./x"},
          "--state and --capture are the same file, "},
         {{"--faults", "explode=1", "--socket", path()},
          "velo-modem: --faults: there is no fault 'explode'; the faults are reject, "},
         {{"--faults", "drop=1.5", "--socket", path()}, "drop=1.5 is not a number from 0 to 1"},
-        {{"--profiles", mFolder + "/none", "--socket", path()}, mFolder + "/none"},
-        {{"--profiles", mFolder + "/damaged", "--socket", path()}, mFolder + "/damaged"},
-        {{"--state", mFolder + "/damaged", "--socket", path()}, mFolder + "/damaged"},
+        {{"--profiles", mFolder / "none", "--socket", path()}, mFolder / "none"},
+        {{"--profiles", mFolder / "damaged", "--socket", path()}, mFolder / "damaged"},
+        {{"--state", mFolder / "damaged", "--socket", path()}, mFolder / "damaged"},
         {{"decode"}, "FILE"},
-        {{"decode", mFolder + "/none"}, mFolder + "/none"},
+        {{"decode", mFolder / "none"}, mFolder / "none"},
     };
     for (const auto& [words, says] : cases) {
         const auto result = run(words);

@@ -35,17 +35,11 @@ StoredProfile foreignProfile(bool persistent = false) {
     return profile;
 }
 
-/// A folder for the test's files.
 class ModemTest : public ::testing::Test {
 protected:
-    ModemTest() : mFolder(std::filesystem::temp_directory_path() / "velo-test-XXXXXX") {
-        EXPECT_NE(nullptr, ::mkdtemp(mFolder.data()));
-    }
-    ~ModemTest() override { std::filesystem::remove_all(mFolder); }
-
     ModemOptions at(const std::string& name) const {
         ModemOptions options;
-        options.socketPath = mFolder + "/" + name;
+        options.socketPath = mFolder / name;
         return options;
     }
 
@@ -67,7 +61,7 @@ protected:
         return answer.payload.at(7);
     }
 
-    std::string mFolder;
+    TemporaryFolder mFolder;
 };
 
 TEST_F(ModemTest, RefusedRequestsChangeNothing) {
@@ -131,30 +125,6 @@ TEST_F(ModemTest, RequestsThatCannotBeUnderstoodAreAnswered) {
     EXPECT_EQ(WDS_ERR_INTERNAL, answerTo(modem, kWdsGetProfileListReq, {}));
 }
 
-TEST_F(ModemTest, StoresUnderTheLowestFreeIndexAndMerges) {
-    Modem modem;
-    ModemClient client(modem);
-    EXPECT_EQ(0, client.create("a").profile.profile_index);
-    EXPECT_EQ(4, client.create("b").profile.profile_index);
-    EXPECT_TRUE(modem.deleteProfile(0, {WDS_PROFILE_TYPE_3GPP, 2}));
-    EXPECT_EQ(2, client.create("c").profile.profile_index);
-
-    wds_profile_settings_v01 settings{};
-    settings.apn_class = {1, 3};
-    EXPECT_TRUE(modem.modifyProfile(0, {WDS_PROFILE_TYPE_3GPP, 2}, settings));
-    const auto merged = modem.profiles(0)[2];
-    EXPECT_STREQ("c", merged.settings.apn_name.value.data);
-    EXPECT_EQ(3, merged.settings.apn_class.value);
-
-    wds_get_profile_list_req_msg_v01 request{};
-    request.profile_type = {1, WDS_PROFILE_TYPE_3GPP};
-    wds_get_profile_list_resp_msg_v01 list{};
-    ASSERT_EQ(MOX_NO_ERR, client.send(kWdsGetProfileListReq, request, list));
-    ASSERT_EQ(5U, list.profile_list_len);
-    EXPECT_EQ(1, list.profile_list[1].profile_index);
-    EXPECT_STREQ("attach", list.profile_list[1].profile_name.data);
-}
-
 TEST_F(ModemTest, ChangesReachEveryRegisteredClientOfTheSubscription) {
     Modem modem;
     ModemClient originator(modem);
@@ -185,39 +155,6 @@ TEST_F(ModemTest, ChangesReachEveryRegisteredClientOfTheSubscription) {
     EXPECT_EQ(Events{}, unregistered.events());
 }
 
-TEST_F(ModemTest, TheAnswerLeavesBeforeItsIndications) {
-    Modem modem;
-    ModemClient client(modem);
-    client.registerIndications();
-    client.configureEvents();
-    std::vector<int> kinds;
-    modem.setTamper([&](mox::Frame& frame) {
-        kinds.push_back(frame.kind);
-        return true;
-    });
-    client.create("a");
-    modem.setTamper({});
-    EXPECT_EQ(
-        (std::vector<int>{MOX_MESSAGE_RESPONSE, MOX_MESSAGE_INDICATION, MOX_MESSAGE_INDICATION}),
-        kinds);
-}
-
-TEST_F(ModemTest, PersistentProfilesSurviveARestartAndNoneAFactoryReset) {
-    Modem modem;
-    ModemClient client(modem);
-    const auto factory = modem.profiles(0).size();
-    const auto kept = client.create("kept", true).profile.profile_index;
-    client.create("forgotten", false);
-    modem.restart();
-    ASSERT_EQ(factory + 1, modem.profiles(0).size());
-    EXPECT_STREQ("kept", modem.profiles(0)[kept].settings.apn_name.value.data);
-    EXPECT_EQ(0U, modem.clients());
-    modem.deleteProfile(0, {WDS_PROFILE_TYPE_3GPP, 1});
-    modem.factoryReset();
-    EXPECT_EQ(factory, modem.profiles(0).size());
-    EXPECT_STREQ("attach", modem.profiles(0)[0].settings.profile_name.value.data);
-}
-
 TEST_F(ModemTest, SocketOfADeadModemIsTakenOverAndNoOther) {
     const auto path = at("modem").socketPath;
     {
@@ -242,21 +179,11 @@ TEST_F(ModemTest, SocketOfADeadModemIsTakenOverAndNoOther) {
         ASSERT_EQ(0, ::bind(dead.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)));
     }
     EXPECT_NO_THROW(Modem{at("modem")});
-    std::ofstream(mFolder + "/file") << "precious";
+    const auto file = mFolder.write("file", "precious");
     EXPECT_THROW(Modem{at("file")}, std::system_error);
-    EXPECT_EQ(8U, std::filesystem::file_size(mFolder + "/file"));
+    EXPECT_EQ("precious", textOf(file));
     EXPECT_THROW(Modem{at(std::string(120, 'x'))}, std::system_error);
     EXPECT_THROW(Modem{at("no/such/folder")}, std::system_error);
-}
-
-TEST_F(ModemTest, PrivateFolderGoesWithTheModem) {
-    std::filesystem::path folder;
-    {
-        const Modem modem;
-        folder = std::filesystem::path(modem.socketPath()).parent_path();
-        EXPECT_TRUE(std::filesystem::exists(folder));
-    }
-    EXPECT_FALSE(std::filesystem::exists(folder));
 }
 
 TEST_F(ModemTest, ClientThatDoesNotReadIsGivenUpAndHoldsNobodyUp) {
@@ -279,30 +206,11 @@ TEST_F(ModemTest, ClientThatDoesNotReadIsGivenUpAndHoldsNobodyUp) {
     EXPECT_EQ(MOX_NO_ERR, reader.bind(0));
 }
 
-TEST_F(ModemTest, TamperedListsAndFramesAreSurvived) {
-    Modem modem;
-    ModemClient client(modem);
-    modem.setTamper([](mox::Frame& frame) {
-        if (frame.messageId == kWdsGetProfileListReq) {
-            // The result, then a list that claims 4 billion entries and has none.
-            frame.payload.resize(11);
-            frame.payload.insert(frame.payload.end(), {0x03, 4, 0, 0xFF, 0xFF, 0xFF, 0xFF});
-        }
-        return true;
-    });
-    wds_get_profile_list_resp_msg_v01 list{};
-    EXPECT_EQ(MOX_DECODE_ERR,
-              client.send(kWdsGetProfileListReq, wds_get_profile_list_req_msg_v01{}, list));
-    EXPECT_EQ(0U, list.profile_list_len);
-    EXPECT_EQ(MOX_NO_ERR, client.bind(0));
-}
-
 TEST_F(ModemTest, FactoryProfilesComeFromAFile) {
-    const auto path = mFolder + "/factory.json";
-    std::ofstream(path) << R"({"profiles": [
+    const auto path = mFolder.write("factory.json", R"({"profiles": [
         {"technology": "3gpp", "index": 7, "settings": {"apn_name": "seven", "pdp_type": 3,
          "emergency_supported": true, "apn_type_mask": 4294967296}},
-        {"technology": "3gpp2", "index": 0, "persistent": false}]})";
+        {"technology": "3gpp2", "index": 0, "persistent": false}]})");
     ModemOptions options;
     options.factoryProfiles = modem::readFactoryProfiles(path);
     const Modem modem(std::move(options));
@@ -341,9 +249,8 @@ TEST_F(ModemTest, BadFactoryFilesAreOneClearError) {
         {profile(R"("pdp_type": -1)"), "\"pdp_type\" is not a number"},
         {profile(R"("apn_string_3gpp2": "x")"), "has a setting of the other technology"},
     };
-    const auto path = mFolder + "/factory.json";
     for (const auto& [text, reason] : cases) {
-        std::ofstream(path) << text;
+        const auto path = mFolder.write("factory.json", text);
         try {
             modem::readFactoryProfiles(path);
             ADD_FAILURE() << "accepted " << text;
@@ -352,7 +259,7 @@ TEST_F(ModemTest, BadFactoryFilesAreOneClearError) {
             EXPECT_NE(std::string::npos, std::string(error.what()).find(reason)) << error.what();
         }
     }
-    EXPECT_THROW(modem::readFactoryProfiles(mFolder + "/none"), modem::ModemError);
+    EXPECT_THROW(modem::readFactoryProfiles(mFolder / "none"), modem::ModemError);
 }
 
 }  // namespace

@@ -29,20 +29,13 @@ std::size_t countByApn(const std::string& apn) {
 /// The library, and a modem in a process of its own.
 class ModemProcessTest : public ::testing::Test {
 protected:
-    ModemProcessTest() : mFolder(std::filesystem::temp_directory_path() / "velo-test-XXXXXX") {
-        EXPECT_NE(nullptr, ::mkdtemp(mFolder.data()));
-        mox::setModemPath(mFolder + "/modem");
-    }
-    ~ModemProcessTest() override {
-        mox::setModemPath("");
-        mModem.reset();
-        std::filesystem::remove_all(mFolder);
-    }
+    ModemProcessTest() { mox::setModemPath(mFolder / "modem"); }
+    ~ModemProcessTest() override { mox::setModemPath(""); }
 
     void start() {
         mModem = std::make_unique<SpawnedCommand>(
-            VELO_MODEM_COMMAND, std::vector<std::string>{"--socket", mFolder + "/modem", "--state",
-                                                         mFolder + "/state"});
+            VELO_MODEM_COMMAND,
+            std::vector<std::string>{"--socket", mFolder / "modem", "--state", mFolder / "state"});
     }
 
     /// Takes the power from the modem, and waits until the library has noticed.
@@ -59,7 +52,7 @@ protected:
         return Manager::getInstance().addProfile(params);
     }
 
-    std::string mFolder;
+    TemporaryFolder mFolder;
     std::unique_ptr<SpawnedCommand> mModem;
 };
 

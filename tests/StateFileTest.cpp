@@ -52,13 +52,11 @@ StoredProfile named(const char* name, bool persistent) {
 /// A folder with the state file of modems without factory profiles.
 class StateFileTest : public ::testing::Test {
 protected:
-    StateFileTest() : mFolder(std::filesystem::temp_directory_path() / "velo-test-XXXXXX") {
-        EXPECT_NE(nullptr, ::mkdtemp(mFolder.data()));
-        mOptions.socketPath = mFolder + "/modem";
-        mOptions.stateFile = mFolder + "/state";
+    StateFileTest() {
+        mOptions.socketPath = mFolder / "modem";
+        mOptions.stateFile = mFolder / "state";
         mOptions.factoryProfiles.emplace();
     }
-    ~StateFileTest() override { std::filesystem::remove_all(mFolder); }
 
     static Names names(const Modem& modem, unsigned int subscription) {
         Names names;
@@ -68,10 +66,7 @@ protected:
         return names;
     }
 
-    std::string text() const {
-        std::ifstream file(mOptions.stateFile);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string text() const { return textOf(mOptions.stateFile); }
 
     /// Why a modem refuses to start.
     static std::string refusal(const ModemOptions& options) {
@@ -83,7 +78,7 @@ protected:
         return "none";
     }
 
-    std::string mFolder;
+    TemporaryFolder mFolder;
     ModemOptions mOptions;
 };
 
@@ -172,20 +167,18 @@ TEST_F(StateFileTest, DamageIsRefusedAndLeftUntouched) {
         {with("/subscriptions/2", json{{"profiles", json::array()}}), "modem with 3 subscriptions"},
         {with("/subscriptions/1", 5), "subscription 1: has no list \"profiles\""},
         {with(first + "/index", 1), "subscription 0: profile 2: its technology and index"},
-        {with(first + "/index", 256), "\"index\" is not a number from 0 to 255"},
         {with(first + "/persistent", false), "a profile that is not persistent"},
-        {with(first + "/settings/apn", "x"), "\"apn\" is not a setting"},
         {with(first + "/settings/apn_name", {0}), "holds a zero byte"},
         {with(first + "/settings/profile_name", "kelt"), "its checksum does not match"},
     };
     for (const auto& [damaged, reason] : cases) {
-        std::ofstream(mOptions.stateFile) << damaged;
+        mFolder.write("state", damaged);
         const auto error = refusal(mOptions);
         EXPECT_THAT(error, StartsWith("state file " + mOptions.stateFile + ": "));
         EXPECT_THAT(error, HasSubstr(reason)) << damaged;
         EXPECT_EQ(damaged, text());
     }
-    std::ofstream(mOptions.stateFile) << good;
+    mFolder.write("state", good);
     mOptions.capacity = 1;
     EXPECT_THAT(refusal(mOptions), HasSubstr("than the capacity, 1"));
     mOptions.capacity = 2;
@@ -198,15 +191,15 @@ TEST_F(StateFileTest, WhatCannotBeAStateFileIsRefused) {
     auto options = mOptions;
     options.socketPath.clear();
     EXPECT_THAT(refusal(options), HasSubstr("is in use by another modem"));
-    std::filesystem::create_symlink(mOptions.stateFile, mFolder + "/link");
-    options.stateFile = mFolder + "/link";
+    std::filesystem::create_symlink(mOptions.stateFile, mFolder / "link");
+    options.stateFile = mFolder / "link";
     EXPECT_THAT(refusal(options), HasSubstr("is in use by another modem"));
-    std::filesystem::create_directory(mFolder + "/folder");
-    options.stateFile = mFolder + "/folder";
+    std::filesystem::create_directory(mFolder / "folder");
+    options.stateFile = mFolder / "folder";
     EXPECT_THAT(refusal(options), HasSubstr("is not an ordinary file"));
-    options.stateFile = mFolder + "/none/state";
+    options.stateFile = mFolder / "none/state";
     EXPECT_THAT(refusal(options), HasSubstr("No such file"));
-    options.stateFile = mFolder + "/small";
+    options.stateFile = mFolder / "small";
     options.factoryProfiles = modem::builtInProfiles();
     options.capacity = 2;
     EXPECT_THAT(refusal(options), HasSubstr("than the capacity, 2"));

@@ -3,6 +3,10 @@
 #include "Support.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 #include "LocalLogBuffer.h"
@@ -19,6 +23,25 @@ bool waitUntil(const std::function<bool()>& condition) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
+}
+
+TemporaryFolder::TemporaryFolder()
+    : mPath(std::filesystem::temp_directory_path() / "velo-test-XXXXXX") {
+    EXPECT_NE(nullptr, ::mkdtemp(mPath.data()));
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::filesystem::remove_all(mPath);
+}
+
+std::string TemporaryFolder::write(const std::string& name, const std::string& text) const {
+    std::ofstream(*this / name, std::ios::binary) << text;
+    return *this / name;
+}
+
+std::string textOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 struct LogRecorder::Store {

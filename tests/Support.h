@@ -30,6 +30,27 @@ inline constexpr std::chrono::seconds kBound{20};
 /// Whether `condition` came true within the bound.
 bool waitUntil(const std::function<bool()>& condition);
 
+/// A folder that goes with the test.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const std::string& path() const { return mPath; }
+    std::string operator/(const std::string& name) const { return mPath + "/" + name; }
+
+    /// Writes a file; its path.
+    std::string write(const std::string& name, const std::string& text) const;
+
+private:
+    std::string mPath;
+};
+
+/// All that a file holds.
+std::string textOf(const std::string& path);
+
 /// All of the settings, to compare; padding counts, since structures are zeroed before they are
 /// filled.
 inline std::string_view bytesOf(const wds_profile_settings_v01& settings) {
