@@ -3,11 +3,8 @@
 #include "tool/ApnDatabase.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <unistd.h>
 
-#include <fstream>
-
+#include "Support.h"
 #include "tool/CommandError.h"
 #include "tool/WantedRecords.h"
 
@@ -15,25 +12,17 @@ namespace velo::tool {
 namespace {
 
 /// A file that goes with the test.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::string& text) {
-        const int fd = ::mkstemp(mPath.data());
-        EXPECT_GE(fd, 0);
-        ::close(fd);
-        std::ofstream(mPath) << text;
-    }
-    ~TemporaryFile() { ::unlink(mPath.c_str()); }
-    const std::string& path() const { return mPath; }
+struct TemporaryFile {
+    explicit TemporaryFile(const std::string& text) : path(folder.write("list", text)) {}
 
-private:
-    std::string mPath = ::testing::TempDir() + "velo-list-XXXXXX";
+    const test::TemporaryFolder folder;
+    const std::string path;
 };
 
 ApnRecord onlyRecord(const std::string& attributes) {
     const TemporaryFile file("<apns version=\"8\"><apn carrier=\"c\" mcc=\"001\" mnc=\"01\" " +
                              attributes + "/></apns>");
-    const ApnDatabase database(file.path());
+    const ApnDatabase database(file.path);
     EXPECT_EQ(database.records(), 1U);
     EXPECT_TRUE(database.unknown().empty()) << database.remarks();
     return database.network("001-01").records.front();
@@ -91,7 +80,7 @@ TEST(ApnDatabase, WhatIsUnknownIsCountedAndTheRestUsed) {
         "<apns>\n<apn mcc='001' mnc='01' apn='a' type='default,magic' protocol='PPP' "
         "authtype='9' wait_time='soon' bearer='x'/>\n<apn apn='b' type='magic'/>\n"
         "<apn mcc='001' mnc='02' apn='c' carrier_enabled='false'/>\n<other/></apns>");
-    const ApnDatabase database(file.path());
+    const ApnDatabase database(file.path);
     EXPECT_EQ(database.unknown(), (std::map<std::string, std::size_t>{{"type 'magic'", 2},
                                                                       {"protocol 'ppp'", 1},
                                                                       {"authtype '9'", 1},
@@ -119,12 +108,12 @@ class DamagedList : public ::testing::TestWithParam<Damage> {};
 TEST_P(DamagedList, IsOneErrorWithItsLine) {
     const TemporaryFile file(GetParam().text);
     try {
-        const ApnDatabase database(file.path());
+        const ApnDatabase database(file.path);
         FAIL() << "accepted";
     } catch (const CommandError& error) {
         EXPECT_EQ(error.status(), kUsage);
         const std::string text = error.what();
-        EXPECT_EQ(text.rfind(file.path() + GetParam().error, 0), 0U) << text;
+        EXPECT_EQ(text.rfind(file.path + GetParam().error, 0), 0U) << text;
     }
 }
 
@@ -146,7 +135,7 @@ TEST(WantedRecordsTest, TakesTheSettingsOfAJsonList) {
     const TemporaryFile file(
         R"([{"technology": "3gpp2", "apn": "a", "types": ["ims", "default"], "id": 4},
             {"apn": "b", "class": "ims", "roam_ip": "v6", "disabled": true, "wait_time": 7}])");
-    const WantedRecords wanted = WantedRecords::read(file.path(), "");
+    const WantedRecords wanted = WantedRecords::read(file.path, "");
     ASSERT_EQ(wanted.on3gpp2.size(), 1U);
     EXPECT_EQ(wanted.on3gpp2.front().dump(), "ApnName=a,ApnTypesMask=DEFAULT|IMS|,");
     ASSERT_EQ(wanted.on3gpp.size(), 1U);
@@ -157,7 +146,7 @@ TEST(WantedRecordsTest, TakesTheSettingsOfAJsonList) {
 TEST(WantedRecordsTest, RefusesWhatIsNestedTooDeep) {
     const TemporaryFile file("[{\"apn\": " + std::string(200000, '[') + std::string(200000, ']') +
                              "}]");
-    EXPECT_THROW(WantedRecords::read(file.path(), ""), CommandError);
+    EXPECT_THROW(WantedRecords::read(file.path, ""), CommandError);
 }
 
 }  // namespace

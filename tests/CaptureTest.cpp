@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -25,7 +24,6 @@
 #include "modem/DecodeCommand.h"
 #include "modem/Dissector.h"
 #include "modem/FrameText.h"
-#include "modem/ModemError.h"
 
 namespace velo::test {
 namespace {

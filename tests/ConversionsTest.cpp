@@ -36,20 +36,6 @@ TEST(ConversionsTest, WhatIsNotOneApnTypeBitIsNone) {
     }
 }
 
-TEST(ConversionsTest, IPTypesGoBothWays) {
-    for (const IPType ipType : {IPType::V4, IPType::V6, IPType::V4V6}) {
-        EXPECT_EQ(convertPdnType(convertToMoxProfilePdnType(ipType)), ipType);
-        EXPECT_EQ(convertPdpType(convertToMoxPdpType(ipType)), ipType);
-        EXPECT_EQ(convertPdpType(convertToMoxCommonPdpType(ipType)), ipType);
-    }
-    EXPECT_EQ(convertToMoxPdpType(IPType::V6), 2U);
-    EXPECT_EQ(convertToMoxCommonPdpType(IPType::V6), 1U);
-    EXPECT_EQ(convertToMoxProfilePdnType(IPType::UNKNOWN), 2U);
-    EXPECT_EQ(convertToMoxPdpType(IPType::UNKNOWN), 3U);
-    EXPECT_EQ(convertToMoxCommonPdpType(IPType::UNKNOWN), 0xFFU);
-    EXPECT_EQ(convertPdnType(WDS_PROFILE_PDN_TYPE_UNSPECIFIED), IPType::UNKNOWN);
-}
-
 TEST(ConversionsTest, UnknownModemValuesAreLoggedAndReplaced) {
     const LogRecorder log;
     EXPECT_EQ(convertProfileType(static_cast<wds_profile_type_enum_v01>(2)), TechType::TECH_3GPP);

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -11,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "Support.h"
 #include "diag/diag.h"
 
 namespace velo::test {
@@ -21,16 +21,8 @@ const diag_message_descriptor kDescriptor{116, 63, 4, "|%s| %s", "somewhere"};
 /// DIAG_LOG names a file of the test's own.
 class DiagTest : public ::testing::Test {
 protected:
-    DiagTest() : mPath(std::filesystem::temp_directory_path() / "velo-diag-XXXXXX") {
-        const int fd = ::mkstemp(mPath.data());
-        EXPECT_LE(0, fd);
-        ::close(fd);
-        ::setenv("DIAG_LOG", mPath.c_str(), 1);
-    }
-    ~DiagTest() override {
-        ::unsetenv("DIAG_LOG");
-        ::unlink(mPath.c_str());
-    }
+    DiagTest() { ::setenv("DIAG_LOG", mPath.c_str(), 1); }
+    ~DiagTest() override { ::unsetenv("DIAG_LOG"); }
 
     std::vector<std::string> lines() const {
         std::vector<std::string> result;
@@ -41,7 +33,8 @@ protected:
         return result;
     }
 
-    std::string mPath;
+    const TemporaryFolder mFolder;
+    const std::string mPath = mFolder / "log";
 };
 
 TEST_F(DiagTest, OneLineAMessageWithTimeSubsystemMaskAndText) {
@@ -57,7 +50,6 @@ TEST_F(DiagTest, OneLineAMessageWithTimeSubsystemMaskAndText) {
 }
 
 TEST_F(DiagTest, ANewLogIsItsOwnersAlone) {
-    ::unlink(mPath.c_str());
     Diag_LSM_Init(nullptr);
     Diag_LSM_DeInit();
     EXPECT_EQ(std::filesystem::perms{0600}, std::filesystem::status(mPath).permissions());

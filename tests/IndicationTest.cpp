@@ -9,7 +9,6 @@
 #include "MoxWdsProxy.h"
 #include "ProfileCache.h"
 #include "Support.h"
-#include "host/mox/Frame.h"
 #include "host/mox/MoxHost.h"
 
 namespace velo::test {

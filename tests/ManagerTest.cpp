@@ -20,7 +20,6 @@
 #include <string>
 #include <system_error>
 #include <thread>
-#include <vector>
 
 #include "CacheView.h"
 #include "ClientRequestManager.h"

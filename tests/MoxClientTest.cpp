@@ -8,8 +8,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -71,26 +69,6 @@ struct Watcher {
     mox_client_type handle = nullptr;
 };
 
-TEST_F(MoxClientTest, OnlyTheAnswerToTheVeryRequestIsTaken) {
-    ModemClient client(mModem);
-    std::optional<mox::Frame> held;
-    mModem.setTamper([&](mox::Frame& frame) {
-        if (held) {
-            frame = *held;
-            return true;
-        }
-        held = frame;
-        return false;
-    });
-    mox::setTimeoutCap(20);
-    EXPECT_EQ(MOX_TIMEOUT_ERR, client.bind(0));
-    // Now the answer to the first request comes, too late for it and wrong for the second.
-    EXPECT_EQ(MOX_TIMEOUT_ERR, client.bind(1));
-    mox::setTimeoutCap(0);
-    mModem.setTamper({});
-    EXPECT_EQ(MOX_NO_ERR, client.bind(0));
-}
-
 TEST_F(MoxClientTest, ThreadsOfOneClientGetTheirOwnAnswers) {
     ModemClient client(mModem);
     std::vector<std::thread> threads;
@@ -146,20 +124,6 @@ TEST_F(MoxClientTest, ReleaseByTheOwnerIsNoError) {
     }
     mModem.powerOff();
     EXPECT_EQ(0, errors.count);
-}
-
-TEST_F(MoxClientTest, NotifierReportsEachComingOfTheService) {
-    mox::setModemPath(mModem.socketPath());
-    mModem.powerOff();
-    Watcher watcher;
-    mox_service_info info{};
-    EXPECT_NE(MOX_NO_ERR, mox_client_get_any_service(ModemClient::service(), &info));
-    EXPECT_EQ(0, watcher.count);
-    mModem.powerOn();
-    EXPECT_TRUE(waitUntil([&] { return watcher.count == 1; }));
-    mModem.restart();
-    EXPECT_TRUE(waitUntil([&] { return watcher.count == 2; }));
-    EXPECT_EQ(0U, mModem.clients());
 }
 
 TEST_F(MoxClientTest, NotifierPausesForAServiceThatGoesAsSoonAsItComes) {

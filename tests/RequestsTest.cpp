@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "ClientRequest.h"

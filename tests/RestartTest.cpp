@@ -5,8 +5,6 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 
 #include "CacheView.h"

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <iomanip>
 #include <nlohmann/json.hpp>
 #include <sstream>
