@@ -41,7 +41,7 @@ TEST(ApnDatabase, FindsANetworkHoweverItsCodeIsWritten) {
     const TemporaryFile file(
         "<apns><apn carrier=\"c\" mcc=\"0a-1\" mnc=\"0B\" apn=\"web\"/>"
         "<apn carrier=\"c\" mcc=\"-\" mnc=\"01\" apn=\"web\"/></apns>");
-    const ApnDatabase database(file.path());
+    const ApnDatabase database(file.path);
     for (const char* sim : {"0a10b", "0A1-0b", "none"}) {
         EXPECT_EQ(database.network(sim).records.size(), 1U) << sim;
     }
