@@ -4,12 +4,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
 #include <nlohmann/json.hpp>
 #include <tuple>
 #include <utility>
 
-#include "modem/StoredProfile.h"
+#include "modem/library/ProfileSettings.h"
 #include "tool/GlobalOptions.h"
 #include "tool/Setting.h"
 #include "tool/Words.h"
@@ -19,96 +18,7 @@ namespace velo::tool {
 
 namespace {
 
-constexpr const char* kLibraryName = "velo_profile";
-constexpr const char* kLibraryAttachName = "velo_profile_ia";
 constexpr const char* kDots = "••••••";
-
-/// The modem numbers the types in its own way: the bit of each library bit, from DEFAULT to XCAP.
-constexpr std::uint64_t kModemTypeBits[] = {0x001, 0x004, 0x010, 0x008, 0x020, 0x040,
-                                            0x002, 0x080, 0x100, 0x200, 0x800, 0x400};
-
-template <std::size_t Size>
-std::string textOf(const wds_string<Size>& field) {
-    return std::string(field.data, ::strnlen(field.data, Size));
-}
-
-unsigned int typesOf(std::uint64_t modemMask) {
-    unsigned int mask = 0;
-    for (std::size_t i = 0; i < std::size(kModemTypeBits); ++i) {
-        if ((modemMask & kModemTypeBits[i]) != 0) {
-            mask |= 1U << i;
-        }
-    }
-    return mask;
-}
-
-IPType ipOf(wds_pdp_type_enum_v01 type) {
-    switch (type) {
-        case WDS_PDP_TYPE_IPV4:
-            return IPType::V4;
-        case WDS_PDP_TYPE_IPV6:
-            return IPType::V6;
-        case WDS_PDP_TYPE_IPV4V6:
-            return IPType::V4V6;
-    }
-    return IPType::UNKNOWN;
-}
-
-/// The families of a type that counts from 0; anything else is unknown.
-IPType ipOfCount(std::uint32_t type) {
-    return type <= 2 ? static_cast<IPType>(type + 1) : IPType::UNKNOWN;
-}
-
-template <typename T, typename Use>
-void ifValid(const wds_optional<T>& field, Use use) {
-    if (field.valid != 0) {
-        use(field.value);
-    }
-}
-
-void read3gpp(const wds_profile_settings_v01& from, ProfileView& view) {
-    FilterProfileParams& to = view.params;
-    ifValid(from.apn_name, [&](const auto& value) { to.setApnName(lowerCase(textOf(value))); });
-    ifValid(from.user_name, [&](const auto& value) { to.setUserName(textOf(value)); });
-    ifValid(from.password, [&](const auto& value) { to.setPassword(textOf(value)); });
-    ifValid(from.auth_preference,
-            [&](auto value) { to.setAuthType(static_cast<AuthType>(value & 3)); });
-    ifValid(from.apn_disabled, [&](auto value) { to.setIsApnDisabled(value != 0); });
-    ifValid(from.apn_class, [&](auto value) { to.setApnClass(static_cast<ApnClass>(value)); });
-    ifValid(from.emergency_supported, [&](auto value) { to.setIsEmergencySupported(value != 0); });
-    ifValid(from.max_pdn_conn_per_block, [&](auto value) { to.setMaxPdnsConnPerBlock(value); });
-    ifValid(from.max_pdn_conn_timer, [&](auto value) { to.setMaxPdnConnTimer(value); });
-    ifValid(from.pdn_req_wait_interval, [&](auto value) { to.setPdnReqWaitInterval(value); });
-    ifValid(from.pdp_type, [&](auto value) { to.setHomeIPType(ipOf(value)); });
-    ifValid(from.override_home_pdp_type, [&](auto value) {
-        if (ipOfCount(value) != IPType::UNKNOWN) {
-            to.setHomeIPType(ipOfCount(value));
-        }
-    });
-    const auto& lte = from.lte_roaming_pdp_type;
-    const auto& umts = from.umts_roaming_pdp_type;
-    if (lte.valid != 0 && umts.valid != 0 && lte.value == umts.value &&
-        lte.value != WDS_COMMON_PDP_TYPE_UNKNOWN) {
-        to.setRoamIPType(ipOfCount(lte.value));
-    }
-    ifValid(from.profile_name, [&](const auto& value) { view.name = textOf(value); });
-    const std::string name = view.name.value_or("");
-    to.setFilterByIsIAProfile(name == kLibraryAttachName);
-    to.setFilterByIsVeloProfile(name == kLibraryAttachName || name == kLibraryName);
-}
-
-void read3gpp2(const wds_profile_settings_v01& from, ProfileView& view) {
-    FilterProfileParams& to = view.params;
-    ifValid(from.apn_string_3gpp2,
-            [&](const auto& value) { to.setApnName(lowerCase(textOf(value))); });
-    ifValid(from.user_id_3gpp2, [&](const auto& value) { to.setUserName(textOf(value)); });
-    ifValid(from.auth_password_3gpp2, [&](const auto& value) { to.setPassword(textOf(value)); });
-    ifValid(from.auth_protocol_3gpp2,
-            [&](auto value) { to.setAuthType(static_cast<AuthType>(value)); });
-    ifValid(from.apn_class_3gpp2,
-            [&](auto value) { to.setApnClass(static_cast<ApnClass>(value)); });
-    ifValid(from.pdn_type_3gpp2, [&](auto value) { to.setHomeIPType(ipOfCount(value)); });
-}
 
 std::string numberAfter(const std::string& text, const std::string& label) {
     const std::size_t at = text.find(label);
@@ -173,18 +83,11 @@ ProfileView describe(Manager& manager, const std::shared_ptr<IProfileKey>& key) 
 }
 
 ProfileView describe(const modem::StoredProfile& profile) {
-    ProfileView view{.tech = static_cast<TechType>(profile.id.profile_type),
-                     .id = profile.id.profile_index,
-                     .persistent = profile.persistent};
-    const wds_profile_settings_v01& from = profile.settings;
-    if (view.tech == TechType::TECH_3GPP2) {
-        read3gpp2(from, view);
-    } else {
-        read3gpp(from, view);
-    }
-    ifValid(from.apn_type_mask, [&](auto value) { view.params.setApnTypesMask(typesOf(value)); });
-    ifValid(from.clat_enabled, [&](auto value) { view.params.setIsClatEnabled(value != 0); });
-    return view;
+    return {.tech = static_cast<TechType>(profile.id.profile_type),
+            .id = profile.id.profile_index,
+            .params = modem::paramsOf(profile),
+            .name = modem::nameOf(profile),
+            .persistent = profile.persistent};
 }
 
 std::vector<ProfileView> describe(Manager& manager, const FilterProfileParams& filter) {

@@ -13,6 +13,9 @@ namespace velo::mox {
 /// again. With neither there is no modem, and no service is ever found.
 void setModemPath(const std::string& path);
 
+/// The path that counts: the one that was set, else MOX_MODEM of the environment, else empty.
+std::string modemPath();
+
 /// Caps the time-out of every exchange made from now on, so that a test of a silent modem need not
 /// wait for the library's full second. Zero, as at the start, is no cap.
 void setTimeoutCap(unsigned int milliseconds);

@@ -45,6 +45,10 @@ void setModemPath(const std::string& path) {
     Settings::getInstance().setModemPath(path);
 }
 
+std::string modemPath() {
+    return Settings::getInstance().modemPath();
+}
+
 void setTimeoutCap(unsigned int milliseconds) {
     Settings::getInstance().setTimeoutCap(milliseconds);
 }
