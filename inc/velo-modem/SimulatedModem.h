@@ -18,10 +18,10 @@ namespace velo {
 
 /// One profile in the store of a simulated modem. A value type.
 struct SimulatedProfile {
-    TechType techType = TechType::TECH_3GPP;
-    int profileId = 0;          ///< the modem's index, 0 to 255
-    bool isPersistent = false;  ///< whether it survives a restart
-    ProfileParams settings;     ///< all of them; Manager::getProfile lacks a 3GPP2 password
+    TechType techType = TechType::TECH_3GPP;  ///< with profileId, which profile it is
+    int profileId = 0;                        ///< the modem's index, 0 to 255
+    bool isPersistent = false;                ///< whether it survives a restart
+    ProfileParams settings;  ///< all of them; Manager::getProfile lacks a 3GPP2 password
 };
 
 /// A modem for the tests of code that uses the library. While it lives, it runs on a thread inside
