@@ -136,19 +136,25 @@ void putFrames(Seeds& seeds, const std::string& capture) {
     seeds.put("record", string("\0\0\xFF\x3F\3apn\2me\6secret", 17) + string(40, '\1'));
 }
 
-/// Each message with all that it can hold: what is one too many is a small step from there.
+/// Each message with all that it can hold, and with one entry too many in each of its lists.
 void putFull(Seeds& seeds) {
     char index = 0;
-    for (const auto& message : mox::wdsService().messages) {
-        std::vector<std::uint8_t> structure(message.size, 1);
-        for (const mox::Field& field : message.fields) {
-            if (field.kind == mox::FieldKind::List) {
-                std::memcpy(structure.data() + field.count, &field.limit, sizeof(field.limit));
+    for (mox::MessageDefinition message : mox::wdsService().messages) {
+        std::vector<mox::Field> fields(message.fields.begin(), message.fields.end());
+        message.fields = fields;
+        for (const unsigned int more : {0U, 1U}) {
+            std::vector<std::uint8_t> structure(message.size + 1000, 1);
+            for (mox::Field& field : fields) {
+                field.limit += more;
+                if (field.kind == mox::FieldKind::List) {
+                    std::memcpy(structure.data() + field.count, &field.limit, sizeof(field.limit));
+                }
             }
+            std::vector<std::uint8_t> bytes;
+            mox::encode(message, structure.data(), bytes);
+            seeds.put("codec", index + std::string(bytes.begin(), bytes.end()));
         }
-        std::vector<std::uint8_t> bytes;
-        mox::encode(message, structure.data(), bytes);
-        seeds.put("codec", index++ + std::string(bytes.begin(), bytes.end()));
+        ++index;
     }
 }
 
@@ -158,9 +164,15 @@ void putOrders(Seeds& seeds) {
     }
     const auto profiles = modem::builtInProfiles();
     seeds.putText("state", modem::profileSetToJson(profiles).dump());
-    for (const auto& profile : profiles) {
+    for (auto profile : profiles) {
         seeds.putText("control", R"({"order": "add", "profile": )" +
                                      modem::profileToJson(profile).dump() + "}");
+        for (const bool persistent : {true, false}) {
+            profile.persistent = persistent;
+            seeds.putText("state", R"({"version": 1, "checksum": 0, "subscriptions": [)" +
+                                       modem::profileSetToJson({profile}).dump() +
+                                       R"(, {"profiles": []}]})");
+        }
     }
 }
 
