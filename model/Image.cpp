@@ -108,10 +108,17 @@ IPTypes newIPTypes(const Image& own, const Image& wanted) {
     return types;
 }
 
-bool fits(IPType own, IPType wanted, bool subset, bool superset) {
-    const auto has = static_cast<unsigned int>(own);
-    const auto wants = static_cast<unsigned int>(wanted);
-    return has == wants || (subset && (wants & has) == wants) || (superset && (has & ~wants) == 0);
+bool isLoose(const FilterProfileParams& filter, unsigned int criterion) {
+    return (filter.getFilterMatchCriteria() & criterion) != 0;
+}
+
+bool fits(const std::optional<IPType>& own, const std::optional<IPType>& wanted,
+          const FilterProfileParams& filter, unsigned int subset, unsigned int superset) {
+    if (!own || !wanted) return !wanted;
+    const auto has = static_cast<unsigned int>(*own);
+    const auto wants = static_cast<unsigned int>(*wanted);
+    return has == wants || (isLoose(filter, subset) && (wants & has) == wants) ||
+           (isLoose(filter, superset) && (has & ~wants) == 0);
 }
 
 constexpr std::array kIPTexts{"UNKNOWN", "V4", "V6", "V4V6"};
@@ -251,24 +258,14 @@ void read3gpp(Image& image, const wds_profile_settings_v01& settings) {
 }
 
 bool matches3gpp(const Image& own, const Image& wanted, const FilterProfileParams& filter) {
-    const auto criterion = [&](unsigned int bit) {
-        return (filter.getFilterMatchCriteria() & bit) != 0;
-    };
     if (filter.hasFilterByIsIAProfile()) {
         if (filter.getIsIAProfile() != own.isIA()) return false;
     } else if (filter.hasFilterByIsVeloProfile() && filter.getIsVeloProfile() != own.isVelo()) {
         return false;
     }
-    if (wanted.common) {
-        const auto home = homeOf(own);
-        if (!home || !fits(*home, *wanted.common, criterion(0x01), criterion(0x10))) return false;
-    }
-    if (wanted.lteRoam) {
-        if (own.lteRoam != own.umtsRoam) return false;
-        const auto roam = own.lteRoam ? own.lteRoam : own.common;
-        if (!roam || !fits(*roam, *wanted.lteRoam, criterion(0x02), criterion(0x20))) return false;
-    }
-    bool matched = true;
+    if (wanted.lteRoam && own.lteRoam != own.umtsRoam) return false;
+    bool matched = fits(homeOf(own), wanted.common, filter, 0x01, 0x10) &&
+                   fits(own.lteRoam ? own.lteRoam : own.common, wanted.lteRoam, filter, 0x02, 0x20);
     settings3gpp([&](const auto& has, const auto& wants) { matched &= !wants || has == wants; },
                  own, wanted);
     return matched;
@@ -278,9 +275,7 @@ bool matches3gpp2(const Image& own, const Image& wanted, const FilterProfilePara
     bool named = filter.hasFilterByIsIAProfile() || filter.hasFilterByIsVeloProfile() ||
                  wanted.lteRoam.has_value();
     settings3gpp([&](const auto& wants) { named |= wants.has_value(); }, wanted);
-    const unsigned int criteria = filter.getFilterMatchCriteria();
-    return !named && (!wanted.common || fits(own.common.value_or(IPType::UNKNOWN), *wanted.common,
-                                             (criteria & 0x01) != 0, (criteria & 0x10) != 0));
+    return !named && fits(own.common.value_or(IPType::UNKNOWN), wanted.common, filter, 0x01, 0x10);
 }
 
 }  // namespace
@@ -426,25 +421,18 @@ ProfileParams paramsOf(const Image& image) {
 
 bool matches(const Image& own, const FilterProfileParams& filter) {
     const Image wanted = requested(filter);
-    const auto criterion = [&](unsigned int bit) {
-        return (filter.getFilterMatchCriteria() & bit) != 0;
-    };
     if (filter.hasFilterByTechType() && filter.getFilterByTechType() != own.tech) return false;
     if (filter.hasFilterByProfileId() && filter.getFilterByProfileId() != own.id) return false;
+    if ((wanted.apn && !own.apn) || (wanted.types && !own.types)) return false;
+    bool matched = true;
     if (wanted.apn) {
-        if (!own.apn) return false;
-        if (criterion(0x04) ? own.apn->find(*wanted.apn) == std::string::npos
-                            : *own.apn != *wanted.apn) {
-            return false;
-        }
+        matched &= isLoose(filter, 0x04) ? own.apn->find(*wanted.apn) != std::string::npos
+                                         : own.apn == wanted.apn;
     }
     if (wanted.types) {
-        if (!own.types) return false;
-        if (criterion(0x08) ? (*wanted.types & ~*own.types) != 0 : *own.types != *wanted.types) {
-            return false;
-        }
+        matched &=
+            isLoose(filter, 0x08) ? (*wanted.types & ~*own.types) == 0 : own.types == wanted.types;
     }
-    bool matched = true;
     plainSettings([&](const auto& has, const auto& wants) { matched &= !wants || has == wants; },
                   own, wanted);
     if (!matched) return false;

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <utility>
 
 #include "LogWrapper.h"
@@ -25,12 +23,6 @@ bool isReliedOn(const Trace::Line& line) {
 
 }  // namespace
 
-struct Recorder::Store {
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::vector<Trace::Line> lines;
-};
-
 class Recorder::Writer : public LogWriter {
 public:
     explicit Writer(std::shared_ptr<Store> store) : mStore(std::move(store)) {}
@@ -45,10 +37,6 @@ public:
 private:
     const std::shared_ptr<Store> mStore;
 };
-
-Recorder::Recorder() : mStore(std::make_shared<Store>()) {
-    attach();
-}
 
 Recorder::~Recorder() {
     LogWrapper::getInstance().setLogWriter(nullptr);
@@ -91,9 +79,9 @@ void Recorder::waitFor(const std::string& text) {
 }
 
 void Recorder::wait(const std::string& what,
-                    const std::function<bool(const std::vector<Trace::Line>&)>& condition) {
+                    const std::function<bool(const std::vector<Trace::Line>&)>& isOver) {
     std::unique_lock lock(mStore->mutex);
-    if (!mStore->changed.wait_for(lock, kBound, [&] { return condition(mStore->lines); })) {
+    if (!mStore->changed.wait_for(lock, kBound, [&] { return isOver(mStore->lines); })) {
         throw Violation("nothing comes of it\n  expected: " + what);
     }
 }

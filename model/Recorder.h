@@ -2,8 +2,10 @@
 
 #pragma once
 
+#include <condition_variable>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -15,7 +17,7 @@ namespace velo::model {
 /// it.
 class Recorder {
 public:
-    Recorder();
+    Recorder() { attach(); }
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
@@ -35,13 +37,17 @@ public:
     void waitFor(const std::string& text);
 
 private:
-    struct Store;
+    struct Store {
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::vector<Trace::Line> lines;
+    };
     class Writer;
 
     void wait(const std::string& what,
               const std::function<bool(const std::vector<Trace::Line>&)>& isOver);
 
-    std::shared_ptr<Store> mStore;
+    const std::shared_ptr<Store> mStore = std::make_shared<Store>();
 };
 
 }  // namespace velo::model

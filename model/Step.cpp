@@ -79,71 +79,42 @@ struct Operation {
     std::string_view name;
     unsigned int weight;
     unsigned int settings;
-    std::vector<std::pair<std::string_view, unsigned int>> arguments;
+    std::string arguments;
     bool hasRecords = false;
 };
 
 const std::vector<Operation>& operations() {
-    // clang-format off: one operation a line
     static const std::vector<Operation> table{
-        {"add", 12, 25, {{"tech", 60}, {"persistent", 40}, {"initial", 30}, {"refuse", 10}}},
-        {"modify", 10, 20, {{"key", 97}, {"refuse", 10}}},
-        {"delete", 3, 0, {{"key", 97}, {"refuse", 20}}},
-        {"get", 3, 0, {{"key", 97}}},
-        {"filter",
-         10,
-         10,
-         {{"keep", 60},
-          {"criteria", 60},
-          {"tech", 20},
-          {"id", 8},
-          {"initial", 10},
-          {"library", 10}}},
-        {"match",
-         6,
-         12,
-         {{"key", 97},
-          {"criteria", 60},
-          {"tech", 10},
-          {"id", 5},
-          {"initial", 10},
-          {"library", 10}}},
-        {"listen", 8, 0, {{"key", 100}}},
-        {"copy", 2, 0, {{"key", 100}}},
-        {"drop", 12, 0, {{"key", 100}, {"refuse", 10}}},
-        {"refresh-start", 2, 0, {}},
-        {"refresh", 2, 0, {{"refuse", 10}}},
-        {"data-call", 6, 12, {{"tech", 50}, {"refuse", 10}}},
-        {"emergency", 2, 10, {{"refuse", 10}}},
-        {"attach", 6, 15, {{"refuse", 10}}},
-        {"match-attach", 3, 10, {{"id", 100}}},
-        {"by-class", 3, 15, {{"class", 70}, {"tech", 50}, {"refuse", 15}}, true},
-        {"by-types", 4, 5, {{"types", 80}, {"home", 70}, {"apn", 70}, {"refuse", 10}}, true},
-        {"allow", 2, 0, {{"allowed", 70}}},
-        {"foreign-add",
-         6,
-         25,
-         {{"tech", 40},
-          {"persistent", 50},
-          {"name", 60},
-          {"override", 20},
-          {"umts", 20},
-          {"high", 10},
-          {"subscription", 5}}},
-        {"foreign-modify",
-         5,
-         15,
-         {{"tech", 40}, {"id", 100}, {"override", 10}, {"umts", 10}, {"subscription", 5}}},
-        {"foreign-delete", 5, 0, {{"tech", 40}, {"id", 100}, {"subscription", 5}}},
-        {"deliver", 40, 0, {{"refuse", 10}}},
-        {"deliver-one", 14, 0, {{"which", 60}, {"again", 15}, {"refuse", 10}}},
-        {"lose", 2, 0, {{"which", 60}}},
-        {"report", 2, 0, {{"tech", 60}, {"id", 90}, {"event", 100}, {"refuse", 10}}},
-        {"power-off", 1, 0, {}},
-        {"power-on", 1, 0, {}},
-        {"init", 1, 0, {{"subscription", 40}}},
+        {"add", 12, 25, "tech=60 persistent=40 initial=30 refuse=10"},
+        {"modify", 10, 20, "key=97 refuse=10"},
+        {"delete", 3, 0, "key=97 refuse=20"},
+        {"get", 3, 0, "key=97"},
+        {"filter", 10, 10, "keep=60 criteria=60 tech=20 id=8 initial=10 library=10"},
+        {"match", 6, 12, "key=97 criteria=60 tech=10 id=5 initial=10 library=10"},
+        {"listen", 8, 0, "key=100"},
+        {"copy", 2, 0, "key=100"},
+        {"drop", 12, 0, "key=100 refuse=10"},
+        {"refresh-start", 2, 0, ""},
+        {"refresh", 2, 0, "refuse=10"},
+        {"data-call", 6, 12, "tech=50 refuse=10"},
+        {"emergency", 2, 10, "refuse=10"},
+        {"attach", 6, 15, "refuse=10"},
+        {"match-attach", 3, 10, "id=100"},
+        {"by-class", 3, 15, "class=70 tech=50 refuse=15", true},
+        {"by-types", 4, 5, "types=80 home=70 apn=70 refuse=10", true},
+        {"allow", 2, 0, "allowed=70"},
+        {"foreign-add", 6, 25,
+         "tech=40 persistent=50 name=60 override=20 umts=20 high=10 subscription=5"},
+        {"foreign-modify", 5, 15, "tech=40 id=100 override=10 umts=10 subscription=5"},
+        {"foreign-delete", 5, 0, "tech=40 id=100 subscription=5"},
+        {"deliver", 40, 0, "refuse=10"},
+        {"deliver-one", 14, 0, "which=60 again=15 refuse=10"},
+        {"lose", 2, 0, "which=60"},
+        {"report", 2, 0, "tech=60 id=90 event=100 refuse=10"},
+        {"power-off", 1, 0, ""},
+        {"power-on", 1, 0, ""},
+        {"init", 1, 0, "subscription=40"},
     };
-    // clang-format on
     return table;
 }
 
@@ -211,7 +182,12 @@ Step::Arguments anyRecord(modem::Dice& dice, const Operation& operation) {
     for (std::size_t i = 0; i < kSettings; ++i) add(arguments()[i], operation.settings);
     // Most of what is said about profiles names them.
     if (operation.settings > 0) add(argument("apn"), 60);
-    for (const auto& [name, percent] : operation.arguments) add(argument(name), percent);
+    std::istringstream others(operation.arguments);
+    std::string name;
+    for (unsigned int percent = 0;
+         std::getline(others >> std::ws, name, '=') && others >> percent;) {
+        add(argument(name), percent);
+    }
     return record;
 }
 
