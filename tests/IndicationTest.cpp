@@ -25,11 +25,8 @@ TEST(ProfileChangedIndTest, Dumps) {
                                  static_cast<ProfileChangedEvent>(event)}
             .dump();
     };
-    EXPECT_EQ(dump(0, 5, 0), "3GPP:5 Create");
-    EXPECT_EQ(dump(1, 2, 1), "3GPP2:2 Delete");
     EXPECT_EQ(dump(7, 255, 2), "7:255 Modify");
     EXPECT_EQ(dump(0, 0, 3), "3GPP:0 SubscriptionChange");
-    EXPECT_EQ(dump(0, 0, 4), "3GPP:0 ProfileReady");
     EXPECT_EQ(dump(0, 1, 9), "3GPP:1 9");
 }
 

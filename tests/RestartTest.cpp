@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The library beside other processes: a modem that comes late or is killed, and a second library.
+// The library beside a modem that comes late or is killed, and answers that come late.
 
 #include <gmock/gmock.h>
 
@@ -17,12 +17,7 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::SizeIs;
-
-std::size_t countByApn(const std::string& apn) {
-    return Manager::getInstance().filter(byApn(apn)).size();
-}
 
 /// The library, and a modem in a process of its own.
 class ModemProcessTest : public ::testing::Test {
@@ -71,44 +66,16 @@ TEST_F(ModemProcessTest, LibraryIsThereFirstAndOutlivesTheModem) {
     EXPECT_FALSE(add("nobody", true));
     start();
     ASSERT_TRUE(waitUntil([&] { return manager.filter({}).size() == 5; }));
-    EXPECT_EQ(1U, countByApn("kept"));
+    EXPECT_THAT(manager.filter(byApn("kept")), SizeIs(1));
     EXPECT_FALSE(manager.getProfile(volatileKey)) << "its token is of the cache before";
 }
 
-class TwoLibrariesTest : public LibraryTest {
+class LateAnswerTest : public LibraryTest {
 protected:
-    ~TwoLibrariesTest() override { mox::setTimeoutCap(0); }
-
-    /// What the library of another process says, for that subscription.
-    std::string other(std::vector<std::string> words, int subscription) {
-        words.insert(words.begin(), {"--modem", modem().socketPath(), "--instance",
-                                     std::to_string(subscription), "--json"});
-        const auto result = SpawnedCommand(words).finish();
-        EXPECT_EQ(0, result.status) << result.err;
-        return result.out;
-    }
+    ~LateAnswerTest() override { mox::setTimeoutCap(0); }
 };
 
-TEST_F(TwoLibrariesTest, SeeEachOthersChangesOnOneSubscriptionOnly) {
-    other({"add", "--apn", "there", "--persistent"}, 1);
-    other({"add", "--apn", "here", "--persistent"}, 0);
-    EXPECT_TRUE(waitUntil([] { return countByApn("here") == 1; }));
-    settle();
-    EXPECT_EQ(0U, countByApn("there"));
-
-    const auto key = add("mine");
-    EXPECT_THAT(other({"list"}, 0), HasSubstr("\"mine\""));
-    EXPECT_THAT(other({"list"}, 1), Not(HasSubstr("\"mine\"")));
-    const auto gone = manager().filter(byApn("here")).front();
-    const auto id = "3gpp:" + std::to_string(gone->getProfileId());
-    other({"modify", id, "--apn", "changed"}, 0);
-    EXPECT_TRUE(waitUntil([] { return countByApn("changed") == 1; }));
-    other({"delete", id}, 0);
-    EXPECT_TRUE(waitUntil([&] { return !manager().getProfile(gone); }));
-    EXPECT_THAT(modem().profiles(1), SizeIs(5));
-}
-
-TEST_F(TwoLibrariesTest, LateAnswerIsNotTakenForTheNext) {
+TEST_F(LateAnswerTest, IsNotTakenForTheNext) {
     // The answer to the first comes while the second waits for its own.
     modem().control(R"({"order": "delay", "message": "create-profile", "ms": 60})");
     modem().control(R"({"order": "delay", "message": "create-profile", "ms": 200})");

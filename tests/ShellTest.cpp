@@ -187,9 +187,18 @@ TEST(CompletionTest, OffersWhatTheDefinitionsAllow) {
         std::vector<std::string> candidates;
     };
     const Case cases[] = {
-        {{}, "data", {"data-call"}},        {{"refresh"}, "", {"completed", "started"}},
-        {{"drop"}, "", {"k1", "web"}},      {{"show"}, "w", {"web"}},
+        {{}, "data", {"data-call"}},
+        {{"--modem", "list"}, "refr", {"refresh"}},
+        {{"add"}, "--roam", {"--roam-ip"}},
+        {{"add"}, "--show-s", {"--show-secrets"}},
+        {{"add", "--ip"}, "v4", {"v4", "v4v6"}},
+        {{"add", "--types"}, "default,mm", {"default,mms"}},
+        {{"refresh"}, "", {"completed", "started"}},
+        {{"drop"}, "", {"k1", "web"}},
+        {{"show"}, "w", {"web"}},
+        {{"help"}, "prov", {"provision"}},
         {{"list", "--log"}, "d", {"diag"}},
+        {{"run"}, "/dev/nul", {"/dev/null"}},
     };
     for (const Case& each : cases) {
         EXPECT_EQ(each.candidates, completion.candidates(each.words, each.last)) << each.last;
