@@ -108,6 +108,7 @@ void Runner::follow(std::vector<Job>& jobs) {
     };
     while (!isOver()) {
         std::vector<pollfd> watched;
+        watched.reserve(jobs.size());
         for (const Job& job : jobs) watched.push_back({job.isDone ? -1 : job.pipe, POLLIN, 0});
         const int heard = ::poll(watched.data(), watched.size(), 1000);
         for (std::size_t i = 0; i < jobs.size(); ++i) {

@@ -22,8 +22,11 @@ std::size_t Trace::expectOneOf(LogLevel level, const std::vector<std::string>& t
         return !mLines.empty() && mLines.front() == Line(level, text.substr(0, kShown));
     });
     if (found == texts.end()) {
+        std::string allowed;
+        for (const std::string& text : texts) allowed += "\n    " + levelled(level, text);
         throw Violation("the log says something else\n  expected: " +
-                        levelled(level, texts.front()) + "\n  observed: " +
+                        std::string(texts.size() > 1 ? "one of" : "") + allowed +
+                        "\n  observed:\n    " +
                         (mLines.empty() ? "nothing more"
                                         : levelled(mLines.front().first, mLines.front().second)));
     }
