@@ -312,6 +312,7 @@ void PolicyModel::updateTypes(const std::list<ProfileParams>& records) {
     while (!groups.empty()) {
         // The names come in any order: the next line tells which.
         std::vector<std::string> lines;
+        lines.reserve(groups.size());
         for (const auto& [apn, masks] : groups) {
             lines.push_back("velo processing APN name " + apn + ", V4 mask:" + hex(masks.v4) +
                             ", v6 mask" + hex(masks.v6) + ":, v4v6 mask:" + hex(masks.v4v6));
