@@ -21,7 +21,8 @@ namespace velo {
 class ClientRequest;
 class ClientResponse;
 
-/// Posts a request to the worker and returns its response, empty when it was not carried out.
+/// Posts a request to the worker and returns its response, empty when it was not carried out. The
+/// request may end with the call.
 using PostRequest = std::function<std::shared_ptr<ClientResponse>(std::shared_ptr<ClientRequest>)>;
 
 /// Which operation a request asks for, and a response answers.
@@ -136,9 +137,6 @@ public:
     std::function<void()> getExpirationCb() { return mExpirationCb.value_or(nullptr); }
     std::weak_ptr<IProfileKey> getExpirationKey();
     unsigned long long getExpirationToken() { return mExpirationToken.value_or(0); }
-
-    /// Whoever holds requests back chains them by this, without memory of their own.
-    std::shared_ptr<CallbackRequest> next;
 
 private:
     std::optional<unsigned long long> mReleaseToken;

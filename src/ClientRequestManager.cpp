@@ -4,6 +4,7 @@
 
 #include <sys/epoll.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -92,6 +93,7 @@ std::shared_ptr<ClientResponse> ClientRequestManager::handOver(
         deferRelease(request);
         return nullptr;
     }
+    const ClientRequest* const own = request.get();
     std::unique_lock lock(mMutex);
     if (mClosing) {
         return nullptr;
@@ -102,10 +104,21 @@ std::shared_ptr<ClientResponse> ClientRequestManager::handOver(
                 std::strerror(errno));
         return nullptr;
     }
-    mRequest = request;
+    mRequest = std::move(request);
     mCv.wait(lock, [this] { return mResponse != nullptr || mGivenUp || mClosing; });
     mGivenUp = false;
-    return std::exchange(mResponse, nullptr);
+    auto response = std::exchange(mResponse, nullptr);
+    // Another caller's, when two overlap: the request may end with this call, so the worker must
+    // have let go of it.
+    while (mRequest.get() == own) {
+        if (mClosing) {
+            mRequest.reset();
+        } else {
+            mCv.wait(lock);
+            mCv.notify_one();
+        }
+    }
+    return response;
 }
 
 void ClientRequestManager::deferRelease(const std::shared_ptr<ClientRequest>& request) {
@@ -113,16 +126,24 @@ void ClientRequestManager::deferRelease(const std::shared_ptr<ClientRequest>& re
     if (!release || !release->hasReleaseToken()) {
         return;
     }
-    (mDeferredReleases ? mLastDeferred->next : mDeferredReleases) = release;
-    mLastDeferred = release.get();
+    mDeferredReleases.push_back(release->getReleaseToken());
 }
 
 void ClientRequestManager::runDeferredReleases() {
-    // A release may end a profile whose listener drops the next key.
-    while (const auto release = mDeferredReleases) {
-        mDeferredReleases = std::move(release->next);
-        traceHandling(*release);
-        orNothing([&] { execute(*release); });
+    // Grows meanwhile: a release may end a profile whose listener drops the next key.
+    for (std::size_t i = 0; i < mDeferredReleases.size(); ++i) {
+        CallbackRequest release;
+        release.setReleaseToken(mDeferredReleases[i]);
+        traceHandling(release);
+        orNothing([&] { execute(release); });
+    }
+    mDeferredReleases.clear();
+}
+
+void ClientRequestManager::expectKeys(std::size_t count) {
+    const std::size_t wanted = mDeferredReleases.size() + mProfileCache.keys() + count;
+    if (wanted > mDeferredReleases.capacity()) {
+        mDeferredReleases.reserve(std::max(wanted, 2 * mDeferredReleases.capacity()));
     }
 }
 
@@ -202,6 +223,7 @@ std::shared_ptr<ClientResponse> ClientRequestManager::execute(AddRequest* reques
     if (mRefreshInProgress || request == nullptr) {
         return std::make_shared<AddResponse>(Status::Failure, nullptr);
     }
+    expectKeys(1);
     AddProfileParams params = request->getAddProfileParams();
     return std::make_shared<AddResponse>(Status::Success, mProfileCache.add(params));
 }
@@ -232,6 +254,7 @@ std::shared_ptr<ClientResponse> ClientRequestManager::execute(FilterRequest* req
         return std::make_shared<FilterResponse>(Status::Failure,
                                                 std::list<std::shared_ptr<IProfileKey>>());
     }
+    expectKeys(mProfileCache.size());
     FilterProfileParams params = request->getFilterParams();
     return std::make_shared<FilterResponse>(Status::Success, mProfileCache.filter(params));
 }

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -53,6 +54,7 @@ private:
     std::shared_ptr<ClientResponse> handOver(std::shared_ptr<ClientRequest> request);
     void deferRelease(const std::shared_ptr<ClientRequest>& request);
     void runDeferredReleases();
+    void expectKeys(std::size_t count);
 
     void runVeloThread();
     void endVeloThread();
@@ -88,10 +90,10 @@ private:
     std::optional<EventFd> mEventFd;
     EventManager mEventManager;
     ProfileCache mProfileCache;
-    // The worker's own, as are the first and the last of the chain below.
+    // The worker's own, as is what is below.
     bool mRefreshInProgress = false;
-    std::shared_ptr<CallbackRequest> mDeferredReleases;
-    CallbackRequest* mLastDeferred = nullptr;
+    // Tokens. Has room for every key that is alive, so that to defer a release needs no memory.
+    std::vector<unsigned long long> mDeferredReleases;
 };
 
 }  // namespace velo

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <list>
 #include <memory>
@@ -54,6 +55,12 @@ public:
     bool remove(std::shared_ptr<ProfileKey> key);
 
     std::optional<ProfileParams> get(std::shared_ptr<ProfileKey> key);
+
+    /// The most keys that a filter can yield.
+    std::size_t size() const { return mProfiles.size(); }
+
+    /// How many keys are alive at most: each shares the function, and only the worker makes any.
+    std::size_t keys() const { return static_cast<std::size_t>(mPostRequest.use_count()) - 1; }
 
     /// A new key for each matching profile, counted in its image.
     std::list<std::shared_ptr<IProfileKey>> filter(FilterProfileParams& params);

@@ -3,6 +3,7 @@
 #include "ProfileKey.h"
 
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "EnumText.h"
@@ -21,12 +22,24 @@ ProfileKey::ProfileKey(TechType techType, int profileId, unsigned long long toke
     : mTechType(techType),
       mProfileId(profileId),
       mToken(token),
-      mPostRequest(std::move(postRequest)) {
-    mRelease->setReleaseToken(mToken);
-}
+      mPostRequest(std::move(postRequest)) {}
 
 ProfileKey::~ProfileKey() {
-    (*mPostRequest)(mRelease);
+    std::shared_ptr<CallbackRequest> request;
+    try {
+        request = std::make_shared<CallbackRequest>();
+    } catch (const std::bad_alloc&) {
+        // A release must not want for memory.
+        CallbackRequest local;
+        release(std::shared_ptr<CallbackRequest>(std::shared_ptr<void>(), &local));
+        return;
+    }
+    release(request);
+}
+
+void ProfileKey::release(const std::shared_ptr<CallbackRequest>& request) {
+    request->setReleaseToken(mToken);
+    (*mPostRequest)(request);
     logLine(LogLevel::Debug, "~ProfileKey");
 }
 

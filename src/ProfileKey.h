@@ -32,12 +32,12 @@ public:
     unsigned long long getToken() { return mToken; }
 
 private:
+    void release(const std::shared_ptr<CallbackRequest>& request);
+
     TechType mTechType;
     int mProfileId;
     unsigned long long mToken;
     std::shared_ptr<const PostRequest> mPostRequest;
-    // Made with the key, so that its release never wants for memory.
-    std::shared_ptr<CallbackRequest> mRelease = std::make_shared<CallbackRequest>();
 };
 
 }  // namespace velo
