@@ -24,8 +24,8 @@
 
 namespace velo::test {
 
-/// The bound of every wait: long enough for a loaded machine under a sanitizer.
-inline constexpr std::chrono::seconds kBound{20};
+/// The bound of every wait: long enough for a loaded machine, a sanitizer or an emulator.
+inline constexpr std::chrono::seconds kBound{60};
 
 /// Whether `condition` came true within the bound.
 bool waitUntil(const std::function<bool()>& condition);
