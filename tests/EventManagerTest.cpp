@@ -4,12 +4,15 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "EventFd.h"
 #include "Support.h"
@@ -166,11 +169,65 @@ TEST_F(EventManagerTest, WakesCollapseIntoOneEvent) {
 
 TEST_F(EventManagerTest, OtherEventsAreNamed) {
     Source source;
-    mManager.addEventHandler(source.fd.get(), Source::onEvent, &source, nullptr, EPOLLOUT);
-    mManager.processEvents();
-    EXPECT_TRUE(mLog.has(LogLevel::Info, "Unhandled epoll event: EPOLLOUT  [flags 04]"));
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    const std::pair<int, std::string> cases[] = {{source.fd.get(), "EPOLLOUT  [flags 04]"},
+                                                 {ends[1], "EPOLLOUT EPOLLERR  [flags 014]"}};
+    for (const auto& [fd, text] : cases) {
+        mManager.addEventHandler(fd, Source::onEvent, &source, nullptr, EPOLLOUT);
+        mManager.processEvents();
+        EXPECT_TRUE(mLog.has(LogLevel::Info, "Unhandled epoll event: " + text));
+        EXPECT_TRUE(isOpen(fd));
+        mManager.removeEventHandler(fd);
+    }
     EXPECT_EQ(source.events, 0);
+    close(ends[1]);
+}
+
+TEST_F(EventManagerTest, MissingCallbackIsReported) {
+    const Source source;
+    mManager.addEventHandler(source.fd.get(), nullptr, nullptr, nullptr, EPOLLIN);
+    mManager.processEvents();
+    EXPECT_TRUE(mLog.has(LogLevel::Error, "no callback registered"));
     mManager.removeEventHandler(source.fd.get());
+}
+
+TEST_F(EventManagerTest, NumberThatItsOwnerClosedTooEarlyIsLeftToTheNextOwner) {
+    // Another descriptor of the same source keeps it alive, and epoll reports the number for ever.
+    Source source;
+    const int fd = dup(source.fd.get());
+    mManager.addEventHandler(fd, Source::onEvent, &source, nullptr, EPOLLIN);
+    close(fd);
+    mManager.removeEventHandler(fd);
+    ASSERT_EQ(dup2(STDERR_FILENO, fd), fd);
+    mManager.processEvents();
+    EXPECT_TRUE(mLog.has(LogLevel::Info, "file descriptor " + std::to_string(fd) +
+                                             " is not on the approved list, cannot process event"));
+    EventManager::addApprovedFd(fd);
+    mManager.processEvents();
+    EXPECT_TRUE(mLog.has(LogLevel::Info, "file descriptor '" + std::to_string(fd) +
+                                             "' does not have an event handler registered"));
+    EXPECT_EQ(source.events, 0);
+    EXPECT_TRUE(isOpen(fd));
+    EventManager::remApprovedFd(fd);
+    close(fd);
+}
+
+TEST_F(EventManagerTest, InterruptedPassIsReportedAndTheNextWaitsAgain) {
+    const auto before = std::signal(SIGUSR1, [](int) {});
+    Source source;
+    std::thread loop([&] {
+        while (source.events == 0) mManager.processEvents();
+    });
+    EXPECT_TRUE(test::waitUntil([&] {
+        pthread_kill(loop.native_handle(), SIGUSR1);
+        return mLog.has(LogLevel::Error, "epoll_wait error");
+    }));
+    ASSERT_TRUE(watch(source));
+    loop.join();
+    mManager.removeEventHandler(source.fd.get());
+    std::signal(SIGUSR1, before);
 }
 
 /// Wakes a loop while standard output is a pipe that nobody reads any more.

@@ -2,7 +2,9 @@
 //
 // Indications of profile changes: what the proxy makes of them, pass by pass.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "CacheView.h"
 #include "EventManager.h"
@@ -164,6 +166,35 @@ TEST_F(WdsProxyTest, SecondServiceEventLeavesTheClientAlone) {
              "MoxWdsProxy client is already present, so skipping client initialization.");
     EXPECT_EQ(modem().clients(), 1U);
     EXPECT_TRUE(proxy().get(TechType::TECH_3GPP, 257)) << "an identifier keeps the low byte";
+}
+
+TEST_F(WdsProxyTest, ServiceThatGoesAtOnceIsWaitedForAgain) {
+    modem().powerOff();
+    MoxWdsProxy::handleSvcUp(spareFd(), &proxy());
+    EXPECT_THAT(log.texts(LogLevel::Error), ElementsAre("error get service."));
+    modem().powerOn();
+    open();
+    EXPECT_TRUE(proxy().get(TechType::TECH_3GPP, 1));
+}
+
+TEST_F(WdsProxyTest, LostDescriptorsAreReported) {
+    const std::string call = "EventManager::addEventHandler(int ";
+    const auto traces = log.texts(LogLevel::Verbose);
+    open();
+    const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    for (const std::string& line : traces) {
+        if (line.rfind(call, 0) == 0) dup2(nothing, std::stoi(line.substr(call.size())));
+    }
+    close(nothing);
+    const auto reported = [this](const std::string& line) {
+        return waitUntil([&] { return log.has(LogLevel::Error, line + "Bad file descriptor"); });
+    };
+    modem().report(0, kInternet, WDS_PROFILE_EVENT_DELETE);
+    EXPECT_TRUE(reported("Error in writing rv: -1, error: "));
+    modem().powerOff();
+    EXPECT_TRUE(reported("error in writing rv: -1, error: "));
+    MoxWdsProxy::moxNotifyCb(nullptr, nullptr, MOX_SERVICE_AVAILABLE, &proxy());
+    EXPECT_TRUE(reported("error in writing rv:-1, error:"));
 }
 
 TEST_F(WdsProxyTest, StopBeginsNoExchange) {

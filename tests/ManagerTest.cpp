@@ -20,6 +20,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "CacheView.h"
 #include "ClientRequestManager.h"
@@ -112,17 +113,73 @@ TEST_F(ManagerTest, DestroyedRightAfterConstruction) {
 }
 
 TEST_F(ManagerTest, CallerThatWaitsIsWokenByDestruction) {
-    auto engine = std::make_unique<ClientRequestManager>(0);
-    test::LogRecorder log;
-    std::thread caller([&engine = *engine] {
-        // A request that nobody answers.
-        EXPECT_EQ(engine.processClientRequest(
-                      std::make_shared<ClientRequest>(static_cast<ReqRespType>(99))),
-                  nullptr);
+    // Requests that nobody answers.
+    const std::pair<ReqRespType, const char*> unanswered[] = {
+        {static_cast<ReqRespType>(99), "Handling 99 "},
+        {ReqRespType::Refresh, "Handling Refresh "}};
+    for (const auto& request : unanswered) {
+        auto engine = std::make_unique<ClientRequestManager>(0);
+        test::LogRecorder log;
+        std::thread caller([&request, &owned = *engine] {
+            EXPECT_EQ(owned.processClientRequest(std::make_shared<ClientRequest>(request.first)),
+                      nullptr);
+        });
+        EXPECT_TRUE(test::waitUntil([&] { return log.has(LogLevel::Info, request.second); }));
+        engine.reset();
+        caller.join();
+    }
+}
+
+TEST_F(ManagerTest, RequestsThatAreNotWhatTheySayFail) {
+    ClientRequestManager engine(0);
+    int type = 0;
+    for (const char* answer :
+         {"Add Failure ", "Modify Failure", "Delete Failure", "Filter Failure ",
+          "Match Failure false", "Get Failure ", "Callback Failure"}) {
+        const auto response = engine.processClientRequest(
+            std::make_shared<ClientRequest>(static_cast<ReqRespType>(type++)));
+        ASSERT_TRUE(response) << answer;
+        EXPECT_EQ(response->dump(), answer);
+    }
+    const auto response = engine.processClientRequest(std::make_shared<CallbackRequest>());
+    EXPECT_EQ(response->dump(), "Callback Failure");
+}
+
+/// A key that a caller has made itself.
+class ForeignKey : public IProfileKey {
+public:
+    int getProfileId() override { return 1; }
+    TechType getTechType() override { return TechType::TECH_3GPP; }
+    void registerExpirationListener(std::function<void()>) override {}
+    std::string dump() override { return "foreign"; }
+};
+
+TEST_F(ManagerTest, KeysThatTheLibraryHasNotMadeFail) {
+    const auto exchanges = modem().exchanges();
+    for (const std::shared_ptr<IProfileKey>& key :
+         {std::shared_ptr<IProfileKey>(), std::shared_ptr<IProfileKey>(new ForeignKey)}) {
+        EXPECT_FALSE(manager().modifyProfile(ModifyProfileParams(test::byApn("other")), key));
+        EXPECT_FALSE(manager().deleteProfile(key));
+        EXPECT_FALSE(manager().getProfile(key));
+        EXPECT_FALSE(manager().match(FilterProfileParams(), key));
+    }
+    EXPECT_EQ(modem().exchanges(), exchanges);
+}
+
+TEST_F(ManagerTest, CallsOfAListenerFailAtOnce) {
+    const auto watched = add("watched");
+    const auto other = add("other");
+    std::atomic<int> failed{0};
+    watched->registerExpirationListener([&] {
+        failed += manager().filter(FilterProfileParams()).empty() ? 1 : 0;
+        failed += manager().deleteProfile(other) ? 0 : 1;
+        other->registerExpirationListener([] {});
     });
-    EXPECT_TRUE(test::waitUntil([&] { return log.has(LogLevel::Info, "Handling 99 "); }));
-    engine.reset();
-    caller.join();
+    test::LogRecorder log;
+    EXPECT_TRUE(manager().deleteProfile(watched));
+    EXPECT_EQ(failed, 2);
+    EXPECT_EQ(log.count(LogLevel::Error, "processClientRequest called on a worker thread"), 3U);
+    EXPECT_TRUE(modemHas("other")) << "nothing but a release is carried out later";
 }
 
 TEST_F(ManagerTest, DumpWhileTheWorkerWorks) {
