@@ -50,6 +50,43 @@ need_libcxx() {
     need libc++-dev libc++abi-dev googletest
 }
 
+# need_arch ARCH: the compiler and the emulator for that architecture, and under build/ a root folder with its
+# packages. They are downloaded and unpacked there; this machine's own list of packages stays as it is.
+need_arch() {
+    local debian compiler
+    case $1 in
+    aarch64) debian=arm64 compiler=g++-aarch64-linux-gnu ;;
+    armhf) debian=armhf compiler=g++-arm-linux-gnueabihf ;;
+    esac
+    need "$compiler" qemu-user
+    local packages=(libstdc++-12-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libedit-dev
+        android-liblog-dev libgtest-dev libgmock-dev libbenchmark-dev)
+    local root=$top/build/sysroot-$1
+    [ "$(cat "$root/packages" 2>/dev/null)" != "${packages[*]}" ] || return 0
+
+    echo "Unpacking into build/sysroot-$1: ${packages[*]}" >&2
+    rm -rf "$root"
+    mkdir -p "$root"/usr/{bin,sbin,lib} "$root"/apt/{state/lists,cache/archives}/partial
+    local folder
+    for folder in bin sbin lib; do ln -s "usr/$folder" "$root/$folder"; done
+    : >"$root/apt/status"
+    local apt=(apt-get -q -o Dir::State="$root/apt/state" -o Dir::State::status="$root/apt/status"
+        -o Dir::Cache="$root/apt/cache" -o APT::Architecture="$debian" -o APT::Architectures="$debian"
+        -o APT::Sandbox::User="$(id -un)")
+    # A source without this architecture is no loss, as long as the packages are found.
+    "${apt[@]}" update >&2 || true
+    "${apt[@]}" install -y --no-install-recommends --download-only "${packages[@]}" >&2
+    local archive link
+    for archive in "$root"/apt/cache/archives/*.deb; do
+        dpkg-deb --fsys-tarfile "$archive" | tar -x --keep-directory-symlink -C "$root"
+    done
+    find "$root" -type l -lname '/*' | while read -r link; do
+        ln -sfnr "$root$(readlink "$link")" "$link"
+    done
+    rm -r "$root/apt"
+    echo "${packages[*]}" >"$root/packages"
+}
+
 # build PRESET [TARGET...]: configures when needed, and builds.
 build() {
     local preset=$1
