@@ -18,7 +18,7 @@ constexpr int kProcesses = 3;
 
 const std::vector<GrowthStep>& Growth::steps() {
     if (!mSteps.empty()) return mSteps;
-    for (const std::size_t count : {1, 16, 64, 128, 255, 384, 510}) {
+    for (const std::size_t count : {1U, 16U, 64U, 128U, 255U, 384U, 510U}) {
         const Bed& bed = Bed::of(count);
         place(Placement::SameCore, {});
         GrowthStep step{};

@@ -43,6 +43,7 @@ double medianOf(std::vector<double> values) {
 double nanoseconds(const Work& work, const Effort& effort) {
     const std::size_t calls = callsFor(work, effort.batchMs);
     std::vector<double> times;
+    times.reserve(static_cast<std::size_t>(effort.repetitions));
     for (int i = 0; i < effort.repetitions; ++i) times.push_back(timeOf(work, calls));
     return medianOf(std::move(times));
 }

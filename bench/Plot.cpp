@@ -82,8 +82,9 @@ void writePlot(std::ostream& out, Growth& growth) {
         << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
     int index = 0;
     for (const Panel& panel : kPanels) {
+        const int row = index / 2;
         out << "<g transform=\"translate(" << kLeft + kColumn * (index % 2) << ' '
-            << kTop + kRow * (index / 2) << ")\">\n";
+            << kTop + kRow * row << ")\">\n";
         writePanel(out, panel, growth.steps());
         out << "</g>\n";
         ++index;

@@ -19,6 +19,7 @@ std::string ownPath() {
 
 pid_t start(const std::vector<std::string>& arguments, int output) {
     std::vector<char*> words;
+    words.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments) {
         words.push_back(const_cast<char*>(argument.c_str()));
     }
