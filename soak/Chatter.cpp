@@ -15,10 +15,17 @@ constexpr unsigned int kMostPauseUs = 3000;
 
 }  // namespace
 
-Chatter::Chatter(std::uint64_t seed) : mDice(seed), mThread([this] { talk(); }) {}
+Chatter::Chatter(std::uint64_t seed) : mDice(seed) {
+    start();
+}
 
 Chatter::~Chatter() {
     stop();
+}
+
+void Chatter::start() {
+    mStop = false;
+    mThread = std::thread([this] { talk(); });
 }
 
 void Chatter::stop() {

@@ -12,8 +12,7 @@
 namespace velo::soak {
 
 /// A modem in this process that never stops talking: changes of another client, events of every
-/// kind, bytes that mean nothing, and restarts. It talks on a thread of its own as long as the
-/// object lives.
+/// kind, bytes that mean nothing, and restarts. It talks on a thread of its own from the start.
 class Chatter {
 public:
     explicit Chatter(std::uint64_t seed);
@@ -22,6 +21,9 @@ public:
     Chatter& operator=(const Chatter&) = delete;
 
     modem::Modem& modem() { return mModem; }
+
+    /// Goes on talking after a stop.
+    void start();
 
     /// Says nothing any more.
     void stop();

@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -92,6 +93,16 @@ void silenceAndroidLog() {
     __android_log_set_logger([](const __android_logger_data*, const char*) {});
 }
 
+/// Whether the condition comes true, within the bound.
+bool until(const std::function<bool()>& condition) {
+    const auto end = Clock::now() + kBound;
+    while (!condition()) {
+        if (Clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
 /// Whether the child ended well, within the bound.
 bool endsWell(pid_t child) {
     const auto end = Clock::now() + kBound;
@@ -135,7 +146,11 @@ bool Hazards::run() {
     };
     while (!isOver()) {
         round();
-        if (++mRounds == kWarmUp) mFirst = Usage::now();
+        if (++mRounds == kWarmUp) {
+            calm();
+            mFirst = Usage::now();
+            mChatter.start();
+        }
     }
     mStop = true;
     mWatch.join();
@@ -303,20 +318,19 @@ void Hazards::watch() {
     }
 }
 
-void Hazards::settle() {
+void Hazards::calm() {
     mChatter.stop();
-    manager().init(0, false);
-    const auto end = Clock::now() + kBound;
-    const auto until = [&](const auto& condition) {
-        while (!condition()) {
-            if (Clock::now() > end) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return true;
-    };
+    {
+        const std::lock_guard lock(mInit);
+        manager().init(0, false);
+    }
     if (!until([] { return !manager().filter(FilterProfileParams()).empty(); })) {
         violated("the library does not come back");
     }
+}
+
+void Hazards::settle() {
+    calm();
     const auto stored = [this] { return mChatter.modem().profiles(0).size(); };
     const auto before = stored();
     auto key = manager().addProfile(someProfile());
@@ -324,7 +338,11 @@ void Hazards::settle() {
     key.reset();
     if (stored() != before) violated("a released profile stays");
     if (mRounds < kWarmUp) return;
-    mLast = Usage::now();
+    // The modem closes its side of what was closed in its own time.
+    until([this] {
+        mLast = Usage::now();
+        return mLast.descriptors <= mFirst.descriptors;
+    });
     if (auto leak = mLast.leakSince(mFirst); !leak.empty()) violated(leak);
 }
 

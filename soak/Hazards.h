@@ -53,6 +53,7 @@ private:
     void pause();
     void watch();
     void dumpOn();
+    void calm();
     void settle();
     void violated(const std::string& what);
 
