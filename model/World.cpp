@@ -99,6 +99,7 @@ std::string textOf(const std::vector<std::string>& lines) {
 
 std::string textOf(const std::vector<ModemModel::Report>& reports) {
     std::vector<std::string> lines;
+    lines.reserve(reports.size());
     for (const auto& report : reports) lines.push_back(report.text());
     return textOf(lines);
 }

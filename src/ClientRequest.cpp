@@ -17,6 +17,10 @@ TextStream& operator<<(TextStream& out, ReqRespType type) {
     return writeEnum(out, type, kReqRespTypes);
 }
 
+std::ostream& operator<<(std::ostream& out, ReqRespType type) {
+    return writeText(out, type);
+}
+
 std::string keyText(const std::shared_ptr<IProfileKey>& key, const char* none) {
     return key ? key->dump() : none;
 }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,6 +30,7 @@ using PostRequest = std::function<std::shared_ptr<ClientResponse>(std::shared_pt
 enum class ReqRespType : int { Add = 0, Modify, Delete, Filter, Match, Get, Callback, Refresh };
 
 TextStream& operator<<(TextStream& out, ReqRespType type);
+std::ostream& operator<<(std::ostream& out, ReqRespType type);
 
 /// A key's text; `none` when there is no key.
 std::string keyText(const std::shared_ptr<IProfileKey>& key, const char* none);

@@ -41,7 +41,7 @@ std::shared_ptr<ProfileKey> profileKey(const std::shared_ptr<IProfileKey>& key) 
 
 ClientRequestManager::ClientRequestManager(int instance)
     : mGate(std::make_shared<RequestGate>(
-          [this](std::shared_ptr<ClientRequest> request) { return handOver(std::move(request)); })),
+          [this](std::shared_ptr<ClientRequest> request) { return handOver(request); })),
       mProfileCache(mEventManager, instance,
                     [gate = mGate](std::shared_ptr<ClientRequest> request) {
                         return gate->post(std::move(request));
@@ -87,13 +87,12 @@ std::vector<std::string> ClientRequestManager::dump() {
 }
 
 std::shared_ptr<ClientResponse> ClientRequestManager::handOver(
-    std::shared_ptr<ClientRequest> request) {
+    const std::shared_ptr<ClientRequest>& request) {
     if (mWorkerId.load() == std::this_thread::get_id()) {
         logLine(LogLevel::Error, "processClientRequest called on a worker thread");
         deferRelease(request);
         return nullptr;
     }
-    const ClientRequest* const own = request.get();
     std::unique_lock lock(mMutex);
     if (mClosing) {
         return nullptr;
@@ -104,20 +103,21 @@ std::shared_ptr<ClientResponse> ClientRequestManager::handOver(
                 std::strerror(errno));
         return nullptr;
     }
-    mRequest = std::move(request);
+    mRequest = request;
     mCv.wait(lock, [this] { return mResponse != nullptr || mGivenUp || mClosing; });
     mGivenUp = false;
     auto response = std::exchange(mResponse, nullptr);
-    // Another caller's, when two overlap: the request may end with this call, so the worker must
-    // have let go of it.
-    while (mRequest.get() == own) {
+    // Another caller's, when two overlap: a request that nobody owns ends with this call, so the
+    // worker must have let go of it.
+    while (request && request.use_count() == 0 && mRequest == request) {
         if (mClosing) {
             mRequest.reset();
         } else {
             mCv.wait(lock);
-            mCv.notify_one();
         }
     }
+    // Whoever waits beside this caller may have been meant as well.
+    mCv.notify_one();
     return response;
 }
 

@@ -51,7 +51,7 @@ public:
     bool isInherited() const { return mForkGuard.inForkedChild(); }
 
 private:
-    std::shared_ptr<ClientResponse> handOver(std::shared_ptr<ClientRequest> request);
+    std::shared_ptr<ClientResponse> handOver(const std::shared_ptr<ClientRequest>& request);
     void deferRelease(const std::shared_ptr<ClientRequest>& request);
     void runDeferredReleases();
     void expectKeys(std::size_t count);

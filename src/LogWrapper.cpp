@@ -74,14 +74,15 @@ void LogWrapper::log(LogLevel level, const char* tag, const char* format, ...) {
 
 void LogWrapper::vlog(LogLevel level, const char* tag, const char* format, std::va_list arguments) {
     // Most lines are traces; nobody pays for them while nobody listens.
-    if (!isWanted(level)) {
+    const bool isHeardNow = isHeard(level);
+    if (!isHeardNow && !isKept(level)) {
         return;
     }
     char buffer[kMessageLimit];
     buffer[0] = '\0';
     std::vsnprintf(buffer, sizeof buffer, format, arguments);
     try {
-        if (isHeard(level)) {
+        if (isHeardNow) {
             if (const auto writer = currentWriter()) {
                 writer->write(level, tag, buffer);
             }

@@ -52,7 +52,7 @@ public:
     /// @param instance the modem's subscription, 0 for the first SIM
     /// @param useAdb true to log to the Android log, false to log to the diagnostic service
     /// @throws std::system_error when the worker thread cannot be started, std::bad_alloc when
-    /// memory runs out: the library then works as before
+    /// memory runs out: the library then works as before, but logs where this call asked
     void init(int instance, bool useAdb);
 
     /// Creates a profile in the modem, which chooses its index. Nothing keeps two profiles from
