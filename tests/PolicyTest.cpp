@@ -227,6 +227,7 @@ TEST_F(PolicyTest, ApnTypesGoToTheFamiliesThatExist) {
     for (const auto& [withDualStack, expected] : cases) {
         const std::string apn = "pn" + std::to_string(round++);
         std::vector<int> ids;
+        ids.reserve(expected.size());
         for (const auto& family : expected) ids.push_back(store(record("a" + apn, family.first)));
         std::list<ProfileParams> records = {typed("A" + apn, kV4, 0x001),
                                             typed("a" + apn, kV6, 0x040)};

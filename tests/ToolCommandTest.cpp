@@ -185,7 +185,7 @@ TEST(ToolCommand, AClosedOrFullOutputIsAFailure) {
     for (const std::string output : {">&-", ">/dev/full"}) {
         for (const std::string words : {"list", "--json keys", "--json run /dev/null", "--help",
                                         "list --help", "--version"}) {
-            const std::string line = std::string(VELO_COMMAND) + " " + words + " " + output;
+            const std::string line = VELO_COMMAND " " + words + " " + output;
             const Outcome outcome = test::SpawnedCommand("bash", {"-c", line}).finish();
             EXPECT_NE(outcome.status, 0) << line;
             EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << line;
