@@ -185,7 +185,8 @@ TEST(ToolCommand, AClosedOrFullOutputIsAFailure) {
     for (const std::string output : {">&-", ">/dev/full"}) {
         for (const std::string words : {"list", "--json keys", "--json run /dev/null", "--help",
                                         "list --help", "--version"}) {
-            const std::string line = VELO_COMMAND " " + words + " " + output;
+            std::string line = VELO_COMMAND " ";
+            line.append(words).append(" ").append(output);
             const Outcome outcome = test::SpawnedCommand("bash", {"-c", line}).finish();
             EXPECT_NE(outcome.status, 0) << line;
             EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << line;
