@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <list>
+#include <nlohmann/json.hpp>
 #include <thread>
 #include <utility>
 
@@ -14,6 +14,7 @@
 #include "host/mox/Frame.h"
 #include "host/mox/MoxHost.h"
 #include "host/mox/WdsService.h"
+#include "modem/ProfileJson.h"
 
 namespace velo::model {
 
@@ -107,11 +108,7 @@ std::string textOf(const std::vector<ModemModel::Report>& reports) {
 std::string textOf(const std::vector<modem::StoredProfile>& profiles) {
     std::vector<std::string> lines;
     for (const auto& profile : profiles) {
-        std::string bytes(sizeof profile.settings, '\0');
-        std::memcpy(bytes.data(), &profile.settings, bytes.size());
-        lines.push_back((profile.persistent ? "persistent " : "volatile ") +
-                        imageOf(profile).text() + " sum of all bytes " +
-                        std::to_string(std::hash<std::string>()(bytes)));
+        lines.push_back(imageOf(profile).text() + " " + modem::profileToJson(profile).dump());
     }
     return textOf(lines);
 }

@@ -100,6 +100,7 @@ under_sanitizer() {
     local preset=$1 fixed=()
     shift
     export ASAN_OPTIONS=detect_stack_use_after_return=1:allocator_may_return_null=1
+    export LSAN_OPTIONS=suppressions=$top/tests/leaks.txt:print_suppressions=0
     export UBSAN_OPTIONS=print_stacktrace=1
     export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
     # Layouts that the thread sanitizer cannot map are kept away by a fixed one, where that is allowed.

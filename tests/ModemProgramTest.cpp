@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "ModemClient.h"
+#include "Sanitized.h"
 #include "SpawnedCommand.h"
 #include "Support.h"
 #include "host/mox/Descriptor.h"
@@ -269,6 +270,7 @@ TEST_F(ModemProgramTest, ClientsWaitIdlyForADescriptor) {
 }
 
 TEST_F(ModemProgramTest, LibraryComesBackWhenThereAreDescriptorsAgain) {
+    if (kSanitized) GTEST_SKIP() << "the sanitizers take descriptors of their own";
     const auto modem = start();
     Controller controller(control());
     mox::setModemPath(path());

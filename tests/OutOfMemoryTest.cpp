@@ -13,6 +13,7 @@
 #include <new>
 
 #include "CacheView.h"
+#include "Sanitized.h"
 #include "Support.h"
 #include "velo/Util.h"
 
@@ -75,15 +76,7 @@ namespace velo::test {
 namespace {
 
 /// Every allocation fails once; every so-manieth where that would take minutes.
-#ifndef __has_feature
-#define __has_feature(feature) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
-    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr long kStep = 7;
-#else
-constexpr long kStep = 1;
-#endif
+constexpr long kStep = test::kSanitized ? 7 : 1;
 
 /// Gives the test's own work what the library cannot have.
 class OwnMemory {
