@@ -107,6 +107,7 @@ std::string textOf(const std::vector<ModemModel::Report>& reports) {
 
 std::string textOf(const std::vector<modem::StoredProfile>& profiles) {
     std::vector<std::string> lines;
+    lines.reserve(profiles.size());
     for (const auto& profile : profiles) {
         lines.push_back(imageOf(profile).text() + " " + modem::profileToJson(profile).dump());
     }
