@@ -35,7 +35,7 @@ constexpr int kTrials = 3;
 
 /// What was wrong with a child, once it has ended: after kSilence it is made to.
 std::string troubleOf(pid_t pid) {
-    // Nothing tells a parent with a bound; the child's end is asked for now and then.
+    // No wait for a child takes a bound.
     const auto end = std::chrono::steady_clock::now() + kSilence;
     int status = 0;
     while (::waitpid(pid, &status, WNOHANG) == 0) {
@@ -208,8 +208,10 @@ void Runner::reportFailure(const Job& job) {
     }
     steps = shrink(std::move(steps), fails);
     const std::string file = mOptions.failures + "/model-" + std::to_string(seed) + ".steps";
-    std::ofstream out(file);
-    for (const Step& step : steps) out << step.text() << '\n';
+    std::string text;
+    for (const Step& step : steps) text += step.text() + "\n";
+    // Closed before the next child is forked, which would flush its copy, too.
+    std::ofstream(file) << text;
     print("The least that fails, after " + std::to_string(tried) + " trials:\n");
     troubleAlone(steps, true);
     print("Again: script/model --replay " + file + "\n");

@@ -53,9 +53,10 @@ constexpr std::array kRestart{
     OrderMember{"at", MemberKind::Text, false,
                 "now, when absent, or at the next message: request (before it is carried out), "
                 "answer (before it is sent), echo (after the answer, before its indications)"},
-    OrderMember{"message", MemberKind::Text, false, "For at: the message, any when absent"},
-    OrderMember{"off", MemberKind::Value, false,
-                "For now: how long the modem stays off, in milliseconds, 0 when absent"}};
+    OrderMember{"message", MemberKind::Text, false, "With at: the message, any when absent"},
+    OrderMember{
+        "off", MemberKind::Value, false,
+        "How long the modem stays off when it goes at once, in milliseconds, 0 when absent"}};
 constexpr std::array kChance{
     OrderMember{"faults", MemberKind::Text, false,
                 "NAME=CHANCE,... as for --faults; those that are not named stay"},

@@ -11,10 +11,12 @@
 #include <functional>
 #include <iterator>
 #include <new>
+#include <nlohmann/json.hpp>
 
 #include "CacheView.h"
 #include "Sanitized.h"
 #include "Support.h"
+#include "modem/ProfileJson.h"
 #include "velo/Util.h"
 
 namespace velo::test {
@@ -144,7 +146,8 @@ protected:
         for (const auto& profile : modem().profiles(0)) {
             const bool isFactory =
                 std::any_of(factory->begin(), factory->end(), [&](const auto& kept) {
-                    return bytesOf(kept.settings) == bytesOf(profile.settings);
+                    return modem::settingsToJson(kept.settings) ==
+                           modem::settingsToJson(profile.settings);
                 });
             if (!isFactory) modem().deleteProfile(0, profile.id);
         }

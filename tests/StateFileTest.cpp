@@ -27,6 +27,7 @@
 #include "modem/FactoryProfiles.h"
 #include "modem/Modem.h"
 #include "modem/ModemError.h"
+#include "modem/ProfileJson.h"
 #include "modem/ProfileStore.h"
 
 namespace velo::test {
@@ -122,7 +123,9 @@ TEST_F(StateFileTest, PersistentProfilesSurviveWithEverySetting) {
     ASSERT_EQ(before.size(), after.size());
     for (std::size_t i = 0; i < after.size(); ++i) {
         EXPECT_EQ(before[i].id.profile_index, after[i].id.profile_index);
-        EXPECT_EQ(bytesOf(before[i].settings), bytesOf(after[i].settings)) << i;
+        EXPECT_EQ(modem::settingsToJson(before[i].settings),
+                  modem::settingsToJson(after[i].settings))
+            << i;
     }
     EXPECT_TRUE(modem.factoryReset());
     EXPECT_EQ(names(modem, 0), names(modem, 1));

@@ -51,12 +51,6 @@ private:
 /// All that a file holds.
 std::string textOf(const std::string& path);
 
-/// All of the settings, to compare; padding counts, since structures are zeroed before they are
-/// filled.
-inline std::string_view bytesOf(const wds_profile_settings_v01& settings) {
-    return {reinterpret_cast<const char*>(&settings), sizeof(settings)};
-}
-
 /// Collects every line that is logged while it lives. Manager::init replaces the writer: make it
 /// after.
 class LogRecorder {

@@ -72,7 +72,7 @@ void ProgramOptions::setup(CLI::App& app) {
     app.add_option("--faults", faults,
                    "Chances of faults from 0 to 1: NAME=CHANCE,...; all=CHANCE for every one, "
                    "delay-ms=MS for the longest delay")
-        ->type_name("SPEC");
+        ->type_name("CHANCES");
     app.add_option("--capture", modem.captureFile,
                    "File in which every frame is recorded, passwords included (pcapng)")
         ->type_name("FILE");
