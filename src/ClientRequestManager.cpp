@@ -24,13 +24,11 @@ Status statusOf(bool success) {
     return success ? Status::Success : Status::Failure;
 }
 
-/// The line is no part of the work: without memory for it the work is done all the same.
 void traceHandling(ClientRequest& request) {
     // The text is long to make, and seldom wanted.
-    if (!LogWrapper::getInstance().isWanted(LogLevel::Info)) {
-        return;
+    if (LogWrapper::getInstance().isWanted(LogLevel::Info)) {
+        logDump(LogLevel::Info, "Handling %s", request);
     }
-    orNothing([&] { logLine(LogLevel::Info, "Handling %s", request.dump().c_str()); });
 }
 
 std::shared_ptr<ProfileKey> profileKey(const std::shared_ptr<IProfileKey>& key) {

@@ -33,6 +33,15 @@ std::unique_ptr<LogWriter> makeWriter(bool useAdb) {
     return std::make_unique<DiagWriter>();
 }
 
+/// Without memory for the line what it tells of is done all the same.
+template <typename Subject>
+void trace(const char* operation, char direction, Subject* subject) {
+    orNothing([&] {
+        logLine(LogLevel::Event, "Manager::%s %c %s", operation, direction,
+                (subject != nullptr ? subject->dump() : std::string()).c_str());
+    });
+}
+
 }  // namespace
 
 Manager& Manager::getInstance() {
@@ -63,10 +72,9 @@ std::shared_ptr<Response> Manager::submit(const char* operation, const char* fai
         logLine(LogLevel::Error, "Manager not initialized!");
         return nullptr;
     }
-    logLine(LogLevel::Event, "Manager::%s > %s", operation, request->dump().c_str());
+    trace(operation, '>', request.get());
     const auto response = mClientRequestManager->processClientRequest(request);
-    logLine(LogLevel::Event, "Manager::%s < %s", operation,
-            (response ? response->dump() : std::string()).c_str());
+    trace(operation, '<', response.get());
     auto answer = std::dynamic_pointer_cast<Response>(response);
     if (!answer) {
         logLine(LogLevel::Error, "%s", failure);

@@ -2,8 +2,10 @@
 
 #include "ModemProfile.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <utility>
 
 #include "LogWrapper.h"
 #include "ProfileConversions.h"
@@ -18,8 +20,9 @@ namespace {
 constexpr std::size_t kMaxApnNameLength = kWdsApnNameSize - 1;
 
 /// The form in which APN names are kept and compared.
-std::string normalizeApnName(const std::string& apnName) {
-    return convertToLower(apnName.substr(0, kMaxApnNameLength));
+std::string normalizeApnName(std::string apnName) {
+    apnName.resize(std::min(apnName.size(), kMaxApnNameLength));
+    return convertToLower(std::move(apnName));
 }
 
 bool isSet(unsigned int bits, FilterMatchType criterion) {
@@ -114,7 +117,7 @@ bool ModemProfile::matchExactApnTypesMask(unsigned int mask) const {
 
 void ModemProfile::apply(std::shared_ptr<ModemProfile> delta) {
     if (!delta) return;
-    if (delta->mApnName) mApnName = normalizeApnName(*delta->mApnName);
+    if (delta->mApnName) mApnName = normalizeApnName(std::move(*delta->mApnName));
     merge(mUserName, delta->mUserName);
     merge(mPassword, delta->mPassword);
     merge(mAuthType, delta->mAuthType);

@@ -32,7 +32,8 @@ public:
     /// Whether the profile has everything that the filter names.
     virtual bool match(FilterProfileParams& params);
 
-    /// Takes over the settings that the delta of an accepted modification holds.
+    /// Takes over the settings that the delta of an accepted modification holds; their texts are
+    /// moved, so that no memory is needed for what the modem has done.
     virtual void apply(std::shared_ptr<ModemProfile> delta);
 
     /// A profile that holds only what the request would change; empty when it would change nothing.

@@ -41,6 +41,18 @@ ProfileChangedEvent convertEvent(wds_profile_event_enum_v01 event) {
     return index <= 3 ? static_cast<ProfileChangedEvent>(index) : ProfileChangedEvent::ProfileReady;
 }
 
+std::shared_ptr<ModemProfile> makeImage(const wds_profile_identifier_v01& id,
+                                        const wds_get_profile_settings_resp_msg_v01& response) {
+    switch (convertProfileType(id.profile_type)) {
+        case TechType::TECH_3GPP2:
+            return std::make_shared<Modem3gpp2Profile>(id.profile_index, response);
+        case TechType::TECH_3GPP:
+            return std::make_shared<Modem3gppProfile>(id.profile_index, response);
+    }
+    logLine(LogLevel::Error, "MoxWdsProxy invalid tech type!");
+    return nullptr;
+}
+
 }  // namespace
 
 MoxWdsProxy::HandledFd::HandledFd(EventManager& eventManager, EventCallback callback,
@@ -353,14 +365,7 @@ std::shared_ptr<ModemProfile> MoxWdsProxy::get(TechType tech, int profileId) {
                  "MOX_WDS_GET_PROFILE_SETTINGS_REQ_V01")) {
         return nullptr;
     }
-    switch (convertProfileType(request.profile.profile_type)) {
-        case TechType::TECH_3GPP2:
-            return std::make_shared<Modem3gpp2Profile>(request.profile.profile_index, response);
-        case TechType::TECH_3GPP:
-            return std::make_shared<Modem3gppProfile>(request.profile.profile_index, response);
-    }
-    logLine(LogLevel::Error, "MoxWdsProxy invalid tech type!");
-    return nullptr;
+    return orNothing([&] { return makeImage(request.profile, response); });
 }
 
 std::list<std::shared_ptr<ModemProfile>> MoxWdsProxy::getAllProfiles() {
@@ -387,7 +392,9 @@ bool MoxWdsProxy::appendProfiles(wds_profile_type_enum_v01 type,
     }
     for (std::size_t i = 0; i < length && !mStopped; ++i) {
         const wds_profile_list_entry_v01& entry = response.profile_list[i];
-        profiles.push_back(get(convertProfileType(entry.profile_type), entry.profile_index));
+        orNothing([&] {
+            profiles.push_back(get(convertProfileType(entry.profile_type), entry.profile_index));
+        });
     }
     return true;
 }

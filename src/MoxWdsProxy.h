@@ -52,10 +52,11 @@ public:
 
     bool remove(TechType tech, int profileId);
 
-    /// The modem's settings of one profile; null when they cannot be read.
+    /// The modem's settings of one profile; null when they cannot be read, or held.
     std::shared_ptr<ModemProfile> get(TechType tech, int profileId);
 
-    /// All profiles, 3GPP first, in the modem's order; a null entry for each that cannot be read.
+    /// All profiles, 3GPP first, in the modem's order; a null entry for each that cannot be read
+    /// or held.
     std::list<std::shared_ptr<ModemProfile>> getAllProfiles();
 
     /// Waits for the service anew, with a fresh notifier.

@@ -22,4 +22,11 @@ std::invoke_result_t<Work> orNothing(Work work) {
     }
 }
 
+/// Logs the dump of `subject`. The line is no part of the work that it tells of: without memory for
+/// its text it is lost, and the work goes on.
+template <typename Subject>
+void logDump(LogLevel level, const char* format, Subject& subject) {
+    orNothing([&] { logLine(level, format, subject.dump().c_str()); });
+}
+
 }  // namespace velo

@@ -13,6 +13,7 @@
 #include "LogWrapper.h"
 #include "Modem3gpp2Profile.h"
 #include "Modem3gppProfile.h"
+#include "OutOfMemory.h"
 
 namespace velo {
 namespace {
@@ -66,22 +67,23 @@ std::shared_ptr<ProfileKey> ProfileCache::add(AddProfileParams& params) {
     }
     profile->setIsPersistent(params.getIsPersistent());
     profile->setIsVeloCreated(true);
+    const TechType tech = params.getTechType();
+    Pending made{{tech, 0, ProfileChangedEvent::Create}, {tech, 0, ProfileChangedEvent::Modify}};
+    Pending undone{{tech, 0, ProfileChangedEvent::Delete}};
     if (!mWdsProxy.add(*profile)) return nullptr;
 
-    const TechType tech = params.getTechType();
     const int profileId = profile->getProfileId();
     profile->incRefCount();
+    addPending(made, profileId);
+    logDump(LogLevel::Event, "Added: %s", *profile);
     try {
         insert(token, profile);
-        addPending(tech, profileId, ProfileChangedEvent::Create);
-        addPending(tech, profileId, ProfileChangedEvent::Modify);
-        logLine(LogLevel::Event, "Added: %s", profile->dump().c_str());
         return std::make_shared<ProfileKey>(tech, profileId, token, mPostRequest);
     } catch (const std::bad_alloc&) {
         // A profile that nobody holds a key of would stay for ever.
+        if (mWdsProxy.remove(tech, profileId)) addPending(undone, profileId);
         const auto entry = mProfiles.find(token);
         if (entry != mProfiles.end()) eraseEntry(entry);
-        mWdsProxy.remove(tech, profileId);
         throw;
     }
 }
@@ -98,16 +100,19 @@ bool ProfileCache::modify(ModifyProfileParams& params, std::shared_ptr<ProfileKe
         logLine(LogLevel::Event, "ProfileCache: profile is unchanged");
         return true;
     }
-    if (!mWdsProxy.modify(*diff, profile->getTechType(), profile->getProfileId())) {
+    const TechType tech = profile->getTechType();
+    const int profileId = profile->getProfileId();
+    Pending changed{{tech, profileId, ProfileChangedEvent::Modify}};
+    if (!mWdsProxy.modify(*diff, tech, profileId)) {
         logLine(LogLevel::Error, "ProfileCache: failed to modify modem profile");
         return true;
     }
+    logDump(LogLevel::Event, "Diff: %s", *diff);
     {
         const std::lock_guard lock(mMutex);
         profile->apply(diff);
     }
-    logLine(LogLevel::Event, "Diff: %s", diff->dump().c_str());
-    addPending(profile->getTechType(), profile->getProfileId(), ProfileChangedEvent::Modify);
+    addPending(changed, profileId);
     return true;
 }
 
@@ -115,15 +120,16 @@ bool ProfileCache::remove(std::shared_ptr<ProfileKey> key) {
     if (!key) return false;
     const auto entry = find(key->getToken());
     if (entry == mProfiles.end()) return false;
+    const ModemProfile* const profile = entry->second.get();
+    const TechType tech = profile ? profile->getTechType() : key->getTechType();
+    const int profileId = profile ? profile->getProfileId() : key->getProfileId();
+    Pending deleted{{tech, profileId, ProfileChangedEvent::Delete}};
     if (!mWdsProxy.remove(key->getTechType(), key->getProfileId())) {
         logLine(LogLevel::Error, "ProfileCache: Failed to remove profile");
         return false;
     }
-    const ModemProfile* const profile = entry->second.get();
-    const TechType tech = profile ? profile->getTechType() : key->getTechType();
-    const int profileId = profile ? profile->getProfileId() : key->getProfileId();
     eraseEntry(entry);
-    addPending(tech, profileId, ProfileChangedEvent::Delete);
+    addPending(deleted, profileId);
     return true;
 }
 
@@ -193,29 +199,36 @@ bool ProfileCache::releaseLast(ProfileMap::iterator entry) {
     ModemProfile& profile = *entry->second;
     const TechType tech = profile.getTechType();
     const int profileId = profile.getProfileId();
+    // A release comes but once, and must not want for memory: the echo alone does no harm.
+    Pending deleted = orNothing([&] {
+        return Pending{{tech, profileId, ProfileChangedEvent::Delete}};
+    });
     if (!mWdsProxy.remove(tech, profileId)) {
         logLine(LogLevel::Error, "ProfileCache: failed to release profile");
         return false;
     }
     profile.decRefCount();
     logLine(LogLevel::Event, "Released profile %d", profileId);
-    addPending(tech, profileId, ProfileChangedEvent::Delete);
+    addPending(deleted, profileId);
     eraseEntry(entry);
     return true;
 }
 
 bool ProfileCache::refresh() {
     eraseAll();
-    for (auto& profile : mWdsProxy.getAllProfiles()) insert(generateToken(), std::move(profile));
+    for (auto& profile : mWdsProxy.getAllProfiles()) {
+        // Memory that is wanting for one does not cost the others.
+        orNothing([&] { insert(generateToken(), std::move(profile)); });
+    }
     logLine(LogLevel::Event, "Refreshed Profiles:");
-    for (const auto& [token, profile] : mProfiles) {
-        logLine(LogLevel::Event, "%s", dumpOf(profile).c_str());
+    for (const auto& entry : mProfiles) {
+        orNothing([&] { logLine(LogLevel::Event, "%s", dumpOf(entry.second).c_str()); });
     }
     return true;
 }
 
 void ProfileCache::onIndication(ProfileChangedInd ind) {
-    logLine(LogLevel::Event, "ProfileCache: onIndication < %s", ind.dump().c_str());
+    logDump(LogLevel::Event, "ProfileCache: onIndication < %s", ind);
     if (confirmPending(ind)) {
         logLine(LogLevel::Event, "ProfileCache: pending transaction confirmed");
         return;
@@ -298,9 +311,10 @@ void ProfileCache::rereadImages(TechType tech, int profileId) {
     }
 }
 
-void ProfileCache::addPending(TechType tech, int profileId, ProfileChangedEvent event) {
+void ProfileCache::addPending(Pending& echoes, int profileId) {
+    for (ProfileChangedInd& echo : echoes) echo.profileId = profileId;
     const std::lock_guard lock(mMutex);
-    mPendingTransactions.push_back({tech, profileId, event});
+    mPendingTransactions.splice(mPendingTransactions.end(), echoes);
 }
 
 bool ProfileCache::confirmPending(const ProfileChangedInd& ind) {

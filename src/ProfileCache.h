@@ -89,6 +89,9 @@ public:
 
 private:
     using ProfileMap = std::unordered_map<unsigned long long, std::shared_ptr<ModemProfile>>;
+    /// Oldest first. What a change of the modem will add is made before the exchange: afterwards
+    /// memory may be wanting, and nobody would know the echo.
+    using Pending = std::list<ProfileChangedInd>;
 
     /// The entry of a token; for an unknown one logs at `level` and returns the end.
     ProfileMap::iterator find(unsigned long long token, LogLevel level = LogLevel::Error);
@@ -98,7 +101,7 @@ private:
     void eraseImages(TechType tech, int profileId);
     void eraseAll();
     void rereadImages(TechType tech, int profileId);
-    void addPending(TechType tech, int profileId, ProfileChangedEvent event);
+    void addPending(Pending& echoes, int profileId);
     bool confirmPending(const ProfileChangedInd& ind);
     bool releaseLast(ProfileMap::iterator entry);
 
@@ -106,7 +109,7 @@ private:
     std::shared_ptr<const PostRequest> mPostRequest;
     MoxWdsProxy mWdsProxy;
     ProfileMap mProfiles;
-    std::list<ProfileChangedInd> mPendingTransactions;
+    Pending mPendingTransactions;
     /// Lets dump() read what the worker changes: held for each change of the map, the list and an
     /// image's settings, never across an exchange, a log line or the end of an image, whose
     /// listeners run then.

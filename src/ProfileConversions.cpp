@@ -200,12 +200,11 @@ wds_profile_auth_protocol_enum_v01 convertToMoxPdnLevelAuthProtocol(AuthType aut
     return convertToMoxAuthProtocol(authType);
 }
 
-std::string convertToLower(const std::string& text) {
-    std::string lower = text;
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) {
+std::string convertToLower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });
-    return lower;
+    return text;
 }
 
 bool expired(const std::pair<std::function<void()>, std::weak_ptr<IProfileKey>>& listener) {

@@ -47,7 +47,7 @@ wds_profile_auth_protocol_enum_v01 convertToMoxAuthProtocol(AuthType authType);
 wds_profile_auth_protocol_enum_v01 convertToMoxPdnLevelAuthProtocol(AuthType authType);
 
 /// Lowers the ASCII letters and leaves every other byte alone: how APN names are compared.
-std::string convertToLower(const std::string& text);
+std::string convertToLower(std::string text);
 
 /// Whether the listener's key is gone. Asks without locking, so that the caller never becomes the
 /// last owner of the key.

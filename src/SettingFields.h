@@ -7,6 +7,7 @@
 #pragma once
 
 #include <optional>
+#include <utility>
 
 #include "EnumText.h"
 #include "velo/ProfileParams.h"
@@ -92,10 +93,10 @@ inline constexpr SettingField kPdnReqWaitInterval{&ProfileParams::hasPdnReqWaitI
 
 }  // namespace setting
 
-/// Takes over what a change holds, and keeps the own value otherwise.
+/// Takes over what a change holds, moving it, and keeps the own value otherwise.
 template <typename T>
-void merge(std::optional<T>& own, const std::optional<T>& change) {
-    if (change) own = change;
+void merge(std::optional<T>& own, std::optional<T>& change) {
+    if (change) own = std::move(change);
 }
 
 /// Puts a requested value into a delta when it is present and not the own one; whether it did.

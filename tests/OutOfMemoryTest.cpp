@@ -6,14 +6,17 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <iterator>
 #include <new>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "CacheView.h"
+#include "LocalLogBuffer.h"
 #include "Sanitized.h"
 #include "Support.h"
 #include "modem/ProfileJson.h"
@@ -87,6 +90,21 @@ public:
     ~OwnMemory() { hasMemory = false; }
 };
 
+/// Has memory for the thread that indications come on: one that is lost there cannot be followed.
+class IndicationThreadSparer : public LogWriter {
+public:
+    void write(LogLevel, std::string, std::string message) override {
+        if (message.find("moxIndCb") != std::string::npos) hasMemory = true;
+    }
+    int convertPrio(LogLevel level) override { return static_cast<int>(level); }
+};
+
+bool inHistory(const std::string& text) {
+    const auto logs = LocalLogBuffer::getInstance().getLogs();
+    return std::any_of(logs.begin(), logs.end(),
+                       [&](const std::string& line) { return line.ends_with("]" + text); });
+}
+
 std::size_t openDescriptors() {
     const std::filesystem::directory_iterator open("/proc/self/fd");
     return static_cast<std::size_t>(std::distance(begin(open), end(open)));
@@ -134,6 +152,20 @@ protected:
         manager().deleteProfile(addParams(*mAdd));
         manager().refresh(PDCRefreshStatus::REFRESH_STARTED);
         manager().refresh(PDCRefreshStatus::REFRESH_COMPLETED);
+    }
+
+    void spareIndications() {
+        LogWrapper::getInstance().setLogWriter(std::make_unique<IndicationThreadSparer>());
+        settle();
+    }
+
+    /// No own change is still awaited, and to read everything anew makes no difference.
+    void expectAgreement() {
+        settle();
+        EXPECT_THAT(dumpSection("Pending:"), ::testing::IsEmpty());
+        const auto images = cachedImages();
+        manager().refresh(PDCRefreshStatus::REFRESH_COMPLETED);
+        EXPECT_THAT(images, ::testing::UnorderedElementsAreArray(cachedImages()));
     }
 
     std::shared_ptr<IProfileKey> addParams(const AddProfileParams& params) {
@@ -196,6 +228,50 @@ TEST_F(OutOfMemoryTest, CallsFailAndTheLibraryGoesOn) {
         kStep, [this] { useEverything(); }, [this] { expectSound(); });
     EXPECT_LT(500, allocations);
     EXPECT_EQ(descriptors, openDescriptors());
+}
+
+TEST_F(OutOfMemoryTest, WhatTheModemDidIsKnown) {
+    spareIndications();
+    std::shared_ptr<IProfileKey> key;
+    bool modified = true;
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"add", [&] { key = addParams(*mAdd); }},
+        {"modify", [&] { modified = manager().modifyProfile(*mModify, key); }},
+        {"delete", [&] { manager().deleteProfile(key); }},
+        {"release", [&] { key.reset(); }}};
+    for (const auto& [name, change] : changes) {
+        SCOPED_TRACE(name);
+        const auto prepare = [&] {
+            key = addParams(*mAdd);
+            settle();
+            LocalLogBuffer::getInstance().flush();
+        };
+        prepare();
+        const long allocations = withEachFailure(kStep, change, [&] {
+            // Only an answer that could not be made may hide that the modem did it.
+            EXPECT_TRUE(modified || inHistory("Manager::modifyProfile < ") ||
+                        !inHistory("MoxWdsProxy MOX_WDS_MODIFY_PROFILE_SETTINGS_REQ_V01 request "
+                                   "successful!"));
+            expectAgreement();
+            expectSound();
+            prepare();
+        });
+        EXPECT_LT(10, allocations);
+    }
+}
+
+TEST_F(OutOfMemoryTest, RefreshGoesWithoutOneProfileAtMost) {
+    spareIndications();
+    const auto refresh = [this] { manager().refresh(PDCRefreshStatus::REFRESH_COMPLETED); };
+    withEachFailure(1, refresh, [this] {
+        const auto images = cachedImages();
+        const bool listed = !inHistory("Unable send MOX_WDS_GET_PROFILE_LIST_REQ_V01 message");
+        const auto missing = std::count(images.begin(), images.end(), "null") + 3 -
+                             static_cast<std::ptrdiff_t>(images.size());
+        EXPECT_TRUE(!listed || missing <= 1) << missing;
+        expectSound();
+        LocalLogBuffer::getInstance().flush();
+    });
 }
 
 TEST_F(OutOfMemoryTest, AShortageThatLastsIsSurvived) {
