@@ -89,20 +89,22 @@ void Session::connect() {
                                 mOptions.log == LogTarget::Adb);
     ++mConnections;
 
+    using namespace std::chrono_literals;
     using Clock = std::chrono::steady_clock;
     const auto limit = std::chrono::duration<double>(mOptions.timeoutSeconds);
     const Clock::time_point start = Clock::now();
-    std::chrono::microseconds pause{100};
     while (!cacheFilled()) {
         mInterruption.check();
-        if (Clock::now() - start > limit) {
+        const Clock::duration waited = Clock::now() - start;
+        if (waited > limit) {
             warnOfRefusals();
             throw CommandError(kFailed, "the modem at " + path +
                                             " has not reported its profiles in time; see that it "
                                             "runs, or wait longer with --timeout");
         }
-        std::this_thread::sleep_for(pause);
-        pause = std::min(pause * 2, std::chrono::microseconds{20000});
+        // Nothing tells that the cache is filled: asked for so often that little time is lost, and
+        // so seldom that the asking takes little.
+        std::this_thread::sleep_for(std::clamp<Clock::duration>(waited / 4, 50us, 20ms));
     }
     warnOfRefusals();
     if (loggedFromStart(kNoListLine)) {
