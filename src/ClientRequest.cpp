@@ -99,7 +99,7 @@ void CallbackRequest::setExpirationInfo(std::function<void()> cb, std::weak_ptr<
 }
 
 bool CallbackRequest::hasExpirationInfo() {
-    return mExpirationCb && mExpirationKey && mExpirationToken;
+    return mExpirationToken.has_value();
 }
 
 std::weak_ptr<IProfileKey> CallbackRequest::getExpirationKey() {

@@ -40,6 +40,7 @@ TEST(ConversionsTest, UnknownModemValuesAreLoggedAndReplaced) {
     const LogRecorder log;
     EXPECT_EQ(convertProfileType(static_cast<wds_profile_type_enum_v01>(2)), TechType::TECH_3GPP);
     EXPECT_EQ(convertPdnType(static_cast<wds_profile_pdn_type_enum_v01>(4)), IPType::UNKNOWN);
+    EXPECT_EQ(convertPdnType(WDS_PROFILE_PDN_TYPE_UNSPECIFIED), IPType::UNKNOWN);
     EXPECT_EQ(convertPdpType(static_cast<wds_pdp_type_enum_v01>(1)), IPType::UNKNOWN);
     EXPECT_EQ(convertPdpType(WDS_COMMON_PDP_TYPE_UNKNOWN), IPType::UNKNOWN);
     EXPECT_EQ(log.lines(),

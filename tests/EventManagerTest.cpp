@@ -82,6 +82,17 @@ TEST_F(EventManagerTest, UnknownDescriptorIsRemovedQuietly) {
     EXPECT_EQ(mLog.texts(LogLevel::Error), std::vector<std::string>{"Cannot remove event handler"});
 }
 
+TEST_F(EventManagerTest, DescriptorsThatHoldNoCounterAreReported) {
+    const int empty = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    for (const int fd : {9999, empty}) {
+        EXPECT_FALSE(EventFd::drain(fd));
+        EventManager::clearRead(fd, nullptr);
+        EXPECT_TRUE(mLog.has(LogLevel::Info,
+                             "Error while clearing the read buffer on fd " + std::to_string(fd)));
+    }
+    close(empty);
+}
+
 TEST_F(EventManagerTest, HangUpRemovesAndCloses) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
@@ -134,6 +145,25 @@ TEST_F(EventManagerTest, EventOfADescriptorRemovedInTheSamePassIsStale) {
         EXPECT_TRUE(isOpen(fd));
         mManager.removeEventHandler(fd);
     }
+}
+
+TEST_F(EventManagerTest, CloseCallbackMayRemoveItsOwnHandler) {
+    struct Closing {
+        EventManager& manager;
+        int calls = 0;
+    } closing{mManager};
+    const auto removeOnce = [](int fd, void* data) {
+        auto& self = *static_cast<Closing*>(data);
+        if (++self.calls == 1) self.manager.removeEventHandler(fd);
+    };
+    const Source source;
+    const int fd = source.fd.get();
+    mManager.addEventHandler(fd, nullptr, &closing, removeOnce, EPOLLIN);
+    mManager.removeEventHandler(fd);
+    EXPECT_EQ(closing.calls, 2);
+    EXPECT_TRUE(
+        mLog.has(LogLevel::Error, "handlers.erase for fd " + std::to_string(fd) + ", returned 0!"));
+    EXPECT_FALSE(EventManager::isApprovedFd(fd));
 }
 
 TEST_F(EventManagerTest, RemovalWaitsForTheRunningCallback) {
@@ -246,6 +276,17 @@ void wakeIntoBrokenPipe() {
 TEST(EventManagerDeathTest, BrokenStandardOutputDoesNotKill) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT((wakeIntoBrokenPipe(), exit(0)), ::testing::ExitedWithCode(0), "");
+    const auto wakeWithASignalPending = [] {
+        sigset_t pipe;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+        raise(SIGPIPE);
+        wakeIntoBrokenPipe();
+        pthread_sigmask(SIG_UNBLOCK, &pipe, nullptr);
+    };
+    EXPECT_EXIT(wakeWithASignalPending(), ::testing::KilledBySignal(SIGPIPE), "")
+        << "the application's own signal stays pending";
 }
 
 }  // namespace

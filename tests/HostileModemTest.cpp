@@ -18,6 +18,7 @@
 namespace velo::test {
 namespace {
 
+using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -165,6 +166,30 @@ TEST_F(HostileModemTest, RefusalsChangeNothingAndAModificationSucceedsNeverthele
     EXPECT_THAT(cachedImages(), UnorderedElementsAreArray(before));
     EXPECT_THAT(dumpSection("Pending:"), IsEmpty());
     EXPECT_THAT(modem().profiles(0), SizeIs(4));
+}
+
+TEST_F(HostileModemTest, AProfileThatCannotBeReadAnyMoreCanStillBeDeleted) {
+    const auto key = add("mine");
+    auto other = manager().filter(byApn("mine")).front();
+    settle();
+    modem().setGate(
+        [](const mox::Frame& request) { return request.messageId != kWdsGetProfileSettingsReq; });
+    modem().report(0, {WDS_PROFILE_TYPE_3GPP, static_cast<std::uint8_t>(key->getProfileId())},
+                   WDS_PROFILE_EVENT_MODIFY);
+    settle();
+    EXPECT_THAT(cachedImages(), Contains("null"));
+    const auto exchanges = modem().exchanges();
+    EXPECT_FALSE(manager().getProfile(key));
+    EXPECT_FALSE(manager().match({}, key));
+    EXPECT_TRUE(manager().modifyProfile(ModifyProfileParams(byApn("changed")), key));
+    key->registerExpirationListener([] { ADD_FAILURE() << "there is nothing that could expire"; });
+    other.reset();
+    EXPECT_EQ(modem().exchanges(), exchanges);
+    EXPECT_TRUE(manager().deleteProfile(key));
+    settle();
+    EXPECT_THAT(modem().profiles(0), SizeIs(3));
+    EXPECT_THAT(cachedImages(), SizeIs(3));
+    EXPECT_THAT(dumpSection("Pending:"), IsEmpty());
 }
 
 TEST_F(HostileModemTest, RestartsWhileIdle) {

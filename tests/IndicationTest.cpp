@@ -72,7 +72,6 @@ protected:
     LogRecorder log;
     std::vector<std::string> heard;
 
-private:
     struct ModemPath {
         explicit ModemPath(const std::string& path) { mox::setModemPath(path); }
         ~ModemPath() { mox::setModemPath(""); }
@@ -195,6 +194,8 @@ TEST_F(WdsProxyTest, LostDescriptorsAreReported) {
     EXPECT_TRUE(reported("error in writing rv: -1, error: "));
     MoxWdsProxy::moxNotifyCb(nullptr, nullptr, MOX_SERVICE_AVAILABLE, &proxy());
     EXPECT_TRUE(reported("error in writing rv:-1, error:"));
+    mEventManager.wake();
+    EXPECT_TRUE(log.has(LogLevel::Info, "Error in writing rv: -1, error: Bad file descriptor"));
 }
 
 TEST_F(WdsProxyTest, StopBeginsNoExchange) {
@@ -218,21 +219,29 @@ TEST(WdsProxyCallbackTest, SurvivesMissingArguments) {
     MoxWdsProxy::handleSvcUp(fd.get(), nullptr);
     MoxWdsProxy::moxErrorCb(nullptr, 1, nullptr);
     MoxWdsProxy::handleError(fd.get(), nullptr);
-    MoxWdsProxy::moxIndCb(nullptr, 1, nullptr, 0, nullptr);
+    MoxWdsProxy::moxIndCb(nullptr, 1, &log, 0, &log);
+    MoxWdsProxy::moxIndCb(nullptr, 1, nullptr, 1, &log);
+    MoxWdsProxy::moxIndCb(nullptr, 1, &log, 2, nullptr);
     MoxWdsProxy::handleIndication(-1, nullptr);
     EXPECT_THAT(log.texts(LogLevel::Error),
                 ElementsAre("MoxWdsProxy instance is null",
                             "MoxWdsProxy notify cb: unsupported service event",
                             "MoxWdsProxy instance is null", "MoxWdsProxy NULL in moxErrorCb",
                             "arg is null", "The ind_cb_data/ind_buf is null or ind_buf_len is 0",
+                            "The ind_cb_data/ind_buf is null or ind_buf_len is 1",
+                            "The ind_cb_data/ind_buf is null or ind_buf_len is 2",
                             "Error while clearing the read buffer on fd -1",
                             "handleIndication: arg is null"));
 }
 
-TEST(CacheIndicationTest, UnknownEventChangesNothing) {
+TEST(CacheIndicationTest, UnknownEventAndMissingKeysChangeNothing) {
     EventManager eventManager;
     ProfileCache cache(eventManager, 0, [](const auto&) { return nullptr; });
     LogRecorder log;
+    FilterProfileParams filter;
+    ModifyProfileParams change;
+    EXPECT_FALSE(cache.modify(change, nullptr) || cache.remove(nullptr) || cache.get(nullptr) ||
+                 cache.match(filter, nullptr));
     cache.onIndication({TechType::TECH_3GPP, 1, static_cast<ProfileChangedEvent>(9)});
     EXPECT_THAT(log.texts(LogLevel::Event),
                 ElementsAre("ProfileCache: onIndication < 3GPP:1 9",

@@ -39,7 +39,7 @@ TEST(LoggingTest, ErrorsAndEventsAreKeptAndEverythingIsWritten) {
     LocalLogBuffer::getInstance().flush();
     for (const LogLevel level : {LogLevel::Verbose, LogLevel::Debug, LogLevel::Info,
                                  LogLevel::Error, LogLevel::Fatal, LogLevel::Event}) {
-        logLine(level, "level %d", static_cast<int>(level));
+        LogWrapper::getInstance().log(level, "VELO", "level %d", static_cast<int>(level));
         EXPECT_TRUE(log.has(level, "level " + std::to_string(static_cast<int>(level))));
     }
     EXPECT_EQ(history(), (std::vector<std::string>{"level 3", "level 5"}));
@@ -105,9 +105,14 @@ TEST(LoggingTest, ForkedChildLogsToItsHistoryAlone) {
     logLine(LogLevel::Event, "parent");
     const pid_t child = fork();
     if (child == 0) {
+        // Another zone has the line's time made anew, which stays the parent's.
         const std::string before = localTime();
+        setenv("TZ", "UTC", 1);
+        tzset();
         logLine(LogLevel::Event, "child");
         const std::string line = LocalLogBuffer::getInstance().getLogs().back();
+        setenv("TZ", "TST-05:45", 1);
+        tzset();
         const std::string stamp = line.substr(0, before.size());
         const bool logged =
             before <= stamp && stamp <= localTime() && Matches(EndsWith("[VELO]child"))(line);

@@ -82,10 +82,18 @@ TEST(ManagerDeathTest, NothingWorksBeforeInit) {
     EXPECT_EXIT(exit(failsBeforeInit() ? 0 : 1), ::testing::ExitedWithCode(0), "");
 }
 
-TEST_F(ManagerTest, AnyStatusButStartedEndsARefresh) {
+TEST_F(ManagerTest, ARefreshFailsEverythingUntilAnyStatusButStartedEndsIt) {
     const test::LogRecorder log;
+    const auto key = add("before");
     manager().refresh(PDCRefreshStatus::REFRESH_STARTED);
+    const auto exchanges = modem().exchanges();
     EXPECT_FALSE(add("during"));
+    EXPECT_FALSE(manager().modifyProfile(ModifyProfileParams(test::byApn("other")), key));
+    EXPECT_FALSE(manager().deleteProfile(key));
+    EXPECT_TRUE(manager().filter({}).empty());
+    EXPECT_FALSE(manager().match({}, key));
+    EXPECT_FALSE(manager().getProfile(key));
+    EXPECT_EQ(modem().exchanges(), exchanges);
     manager().refresh(static_cast<PDCRefreshStatus>(7));
     EXPECT_TRUE(add("after"));
     EXPECT_TRUE(log.has(LogLevel::Debug, ":77:handleClientRequest"));

@@ -44,6 +44,17 @@ TEST(ModemProfileTest, AClearedOverrideIsSentAndReadAsUnknown) {
     EXPECT_EQ(read.get().getHomeIPType(), IPType::V4);
 }
 
+TEST(ModemProfileTest, AChangeOfTheOtherTechnologyBringsWhatBothHave) {
+    ProfileParams change;
+    change.setApnName("Changed");
+    Modem3gppProfile profile(change);
+    profile.apply(nullptr);
+    change.setApnName("again");
+    change.setRoamIPType(IPType::V4);
+    profile.apply(std::make_shared<Modem3gpp2Profile>(change));
+    EXPECT_EQ(profile.get().dump(), "ApnName=again,IsVeloProfile=false,IsIAProfile=false,");
+}
+
 TEST(ModemProfileTest, RoamingTypesFromTheModem) {
     wds_get_profile_settings_resp_msg_v01 response{};
     response.settings.lte_roaming_pdp_type = {1, WDS_COMMON_PDP_TYPE_IPV4};

@@ -28,19 +28,19 @@ ProfileParams record(const std::string& apn, std::optional<IPType> home = std::n
     return params;
 }
 
-/// Does something whenever a policy logs one line.
+/// Does something when a policy first logs a line that begins so.
 class Tripwire : public LogWriter {
 public:
     Tripwire(std::string line, std::function<void()> action)
         : mLine(std::move(line)), mAction(std::move(action)) {}
     void write(LogLevel, std::string, std::string message) override {
-        if (message == mLine) mAction();
+        if (message.rfind(mLine, 0) == 0 && mAction) std::exchange(mAction, nullptr)();
     }
     int convertPrio(LogLevel level) override { return static_cast<int>(level); }
 
 private:
     const std::string mLine;
-    const std::function<void()> mAction;
+    std::function<void()> mAction;
 };
 
 /// A modem that holds one 3GPP2 profile, which no policy below looks for.
@@ -81,7 +81,7 @@ protected:
 
     std::size_t countInModem() { return modem().profiles(0).size() - 1; }
 
-    /// Has the cache rebuilt when a policy logs `line`: its keys are stale from there on.
+    /// Has the cache rebuilt when a policy first logs `line`: its keys are stale from there on.
     void rebuildAt(const std::string& line) {
         LogWrapper::getInstance().setLogWriter(std::make_unique<Tripwire>(line, [this] {
             modem().report(0, {}, WDS_PROFILE_EVENT_READY);
@@ -186,7 +186,11 @@ TEST_F(PolicyTest, KeysThatGoStaleMidwayAreNoReasonToStop) {
     ASSERT_TRUE(key);
     EXPECT_EQ(key->getProfileId(), foreign);
     EXPECT_EQ(countInModem(), 1U);
+    rebuildAt("Manager::getProfile > Get ");
+    key = mUtil.findOrCreateProfileForLteAttach(record("net", IPType::V4V6));
+    EXPECT_EQ(key->getProfileId(), foreign);
     const int initial = store(record("net", IPType::V6), "velo_profile_ia");
+    rebuildAt("velo Found a loose match profile for attach");
     key = mUtil.findOrCreateProfileForLteAttach(record("net", IPType::V4));
     ASSERT_TRUE(key);
     EXPECT_EQ(key->getProfileId(), initial);

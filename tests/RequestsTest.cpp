@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <sstream>
 
 #include "ClientRequest.h"
 #include "ClientResponse.h"
@@ -21,6 +22,9 @@ TEST(RequestsTest, TextsOfWhatIsMissingOrUnknown) {
     EXPECT_EQ(ModifyRequest(ModifyProfileParams(), nullptr).dump(), "Modify  ");
     EXPECT_EQ(DeleteRequest(nullptr).dump(), "Delete ");
     EXPECT_EQ(ClientRequest(static_cast<ReqRespType>(8)).dump(), "8 ");
+    std::ostringstream out;
+    out << std::hex << ReqRespType::Callback << static_cast<ReqRespType>(10);
+    EXPECT_EQ(out.str(), "Callback10");
     EXPECT_EQ(AddResponse(Status::Success, key(7, 3, 0)).dump(), "Add Success 7:3 token=0");
     EXPECT_EQ(ModifyResponse(static_cast<Status>(2)).dump(), "Modify 2");
     EXPECT_EQ(FilterResponse(Status::Success, {owner, nullptr}).dump(),
