@@ -15,7 +15,6 @@ public:
 
     void write(LogLevel level, std::string tag, std::string message) override;
     int convertPrio(LogLevel level) override;
-    Listening listening() override;
 };
 
 }  // namespace velo

@@ -38,7 +38,6 @@ void LogWrapper::setLogWriter(std::unique_ptr<LogWriter> writer) {
     std::shared_ptr<LogWriter> other = std::move(writer);
     const std::lock_guard lock(mMutex);
     mWriter.swap(other);
-    mListening = mWriter ? mWriter->listening() : nullptr;
     mHasWriter = mWriter != nullptr;
     if (mWriterGuard.inForkedChild()) {
         mInherited.push_back(std::move(other));
@@ -53,18 +52,6 @@ std::shared_ptr<LogWriter> LogWrapper::currentWriter() {
     return mWriterGuard.inForkedChild() ? nullptr : mWriter;
 }
 
-bool LogWrapper::isHeard(LogLevel level) const {
-    if (!mHasWriter) {
-        return false;
-    }
-    const LogWriter::Listening listening = mListening;
-    return listening == nullptr || listening(level);
-}
-
-bool LogWrapper::isWanted(LogLevel level) const {
-    return isKept(level) || isHeard(level);
-}
-
 void LogWrapper::log(LogLevel level, const char* tag, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
@@ -73,19 +60,15 @@ void LogWrapper::log(LogLevel level, const char* tag, const char* format, ...) {
 }
 
 void LogWrapper::vlog(LogLevel level, const char* tag, const char* format, std::va_list arguments) {
-    // Most lines are traces; nobody pays for them while nobody listens.
-    const bool isHeardNow = isHeard(level);
-    if (!isHeardNow && !isKept(level)) {
+    if (!mHasWriter && !isKept(level)) {
         return;
     }
     char buffer[kMessageLimit];
     buffer[0] = '\0';
     std::vsnprintf(buffer, sizeof buffer, format, arguments);
     try {
-        if (isHeardNow) {
-            if (const auto writer = currentWriter()) {
-                writer->write(level, tag, buffer);
-            }
+        if (const auto writer = currentWriter()) {
+            writer->write(level, tag, buffer);
         }
         if (isKept(level)) {
             LocalLogBuffer::getInstance().addLogWithTimestamp(buffer);
