@@ -24,6 +24,13 @@ Status statusOf(bool success) {
     return success ? Status::Success : Status::Failure;
 }
 
+void traceHandling(ClientRequest& request) {
+    // The text is long to make, and seldom wanted.
+    if (LogWrapper::getInstance().isWanted(LogLevel::Info)) {
+        logDump(LogLevel::Info, "Handling %s", request);
+    }
+}
+
 std::shared_ptr<ProfileKey> profileKey(const std::shared_ptr<IProfileKey>& key) {
     return std::dynamic_pointer_cast<ProfileKey>(key);
 }
@@ -125,7 +132,7 @@ void ClientRequestManager::runDeferredReleases() {
     for (std::size_t i = 0; i < mDeferredReleases.size(); ++i) {
         CallbackRequest release;
         release.setReleaseToken(mDeferredReleases[i]);
-        logDump(LogLevel::Info, "Handling %s", release);
+        traceHandling(release);
         orNothing([&] { execute(release); });
     }
     mDeferredReleases.clear();
@@ -174,7 +181,7 @@ void ClientRequestManager::handlePendingRequest() {
 void ClientRequestManager::carryOutRequest() {
     const std::lock_guard lock(mMutex);
     if (mRequest) {
-        logDump(LogLevel::Info, "Handling %s", *mRequest);
+        traceHandling(*mRequest);
         mGivenUp = !orNothing([this] {
             if (auto response = execute(*mRequest)) {
                 mResponse = std::move(response);

@@ -15,6 +15,7 @@ public:
 
     void write(LogLevel level, std::string tag, std::string message) override;
     int convertPrio(LogLevel level) override;
+    Listening listening() override;
 };
 
 }  // namespace velo

@@ -38,6 +38,7 @@ void LogWrapper::setLogWriter(std::unique_ptr<LogWriter> writer) {
     std::shared_ptr<LogWriter> other = std::move(writer);
     const std::lock_guard lock(mMutex);
     mWriter.swap(other);
+    mListening = mWriter ? mWriter->listening() : nullptr;
     mHasWriter = mWriter != nullptr;
     if (mWriterGuard.inForkedChild()) {
         mInherited.push_back(std::move(other));
@@ -52,6 +53,18 @@ std::shared_ptr<LogWriter> LogWrapper::currentWriter() {
     return mWriterGuard.inForkedChild() ? nullptr : mWriter;
 }
 
+bool LogWrapper::isHeard(LogLevel level) const {
+    if (!mHasWriter) {
+        return false;
+    }
+    const LogWriter::Listening listening = mListening;
+    return listening == nullptr || listening(level);
+}
+
+bool LogWrapper::isWanted(LogLevel level) const {
+    return isKept(level) || isHeard(level);
+}
+
 void LogWrapper::log(LogLevel level, const char* tag, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
@@ -60,15 +73,19 @@ void LogWrapper::log(LogLevel level, const char* tag, const char* format, ...) {
 }
 
 void LogWrapper::vlog(LogLevel level, const char* tag, const char* format, std::va_list arguments) {
-    if (!mHasWriter && !isKept(level)) {
+    // Most lines are traces; nobody pays for them while nobody listens.
+    const bool isHeardNow = isHeard(level);
+    if (!isHeardNow && !isKept(level)) {
         return;
     }
     char buffer[kMessageLimit];
     buffer[0] = '\0';
     std::vsnprintf(buffer, sizeof buffer, format, arguments);
     try {
-        if (const auto writer = currentWriter()) {
-            writer->write(level, tag, buffer);
+        if (isHeardNow) {
+            if (const auto writer = currentWriter()) {
+                writer->write(level, tag, buffer);
+            }
         }
         if (isKept(level)) {
             LocalLogBuffer::getInstance().addLogWithTimestamp(buffer);

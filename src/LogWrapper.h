@@ -28,6 +28,9 @@ public:
     /// writes to it any more, which is before this returns unless one is at it right now.
     void setLogWriter(std::unique_ptr<LogWriter> writer);
 
+    /// Whether a line of that level would be kept or heard; for who has to make a text for it.
+    bool isWanted(LogLevel level) const;
+
     /// Writes one message, cut to 511 characters. Without memory for it the line is lost.
     void log(LogLevel level, const char* tag, const char* format, ...)
         __attribute__((format(printf, 4, 5)));
@@ -36,10 +39,12 @@ public:
 
 private:
     LogWrapper();
+    bool isHeard(LogLevel level) const;
     std::shared_ptr<LogWriter> currentWriter();
 
     std::mutex mMutex;
     std::atomic<bool> mHasWriter{false};
+    std::atomic<LogWriter::Listening> mListening{nullptr};
     // Shared with the threads that are writing.
     std::shared_ptr<LogWriter> mWriter;
     // Of the process that installed the writer. In a forked child its channel may be locked for
@@ -48,7 +53,7 @@ private:
     std::list<std::shared_ptr<LogWriter>> mInherited;
 };
 
-/// Logs with the library's own tag. A line that nobody keeps or writes costs no formatting.
+/// Logs with the library's own tag. A line that nobody keeps or hears costs no formatting.
 void logLine(LogLevel level, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
 }  // namespace velo

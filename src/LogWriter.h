@@ -20,6 +20,13 @@ public:
 
     /// The level as the channel numbers it.
     virtual int convertPrio(LogLevel level) = 0;
+
+    /// Tells whether a line of that level would be heard by anybody now.
+    using Listening = bool (*)(LogLevel level);
+
+    /// What to ask before a line is made; null when every line is wanted. A plain function: it is
+    /// asked by threads that do not hold the writer, which may be gone.
+    virtual Listening listening() { return nullptr; }
 };
 
 }  // namespace velo

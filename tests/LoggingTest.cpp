@@ -128,6 +128,20 @@ TEST(LoggingTest, ForkedChildLogsToItsHistoryAlone) {
     tzset();
 }
 
+TEST(LoggingTest, NobodyListeningCostsNoLineAndLosesNone) {
+    unsetenv("DIAG_LOG");
+    LocalLogBuffer::getInstance().flush();
+    auto& wrapper = LogWrapper::getInstance();
+    EXPECT_FALSE(wrapper.isWanted(LogLevel::Info));
+    wrapper.setLogWriter(std::make_unique<DiagWriter>());
+    EXPECT_FALSE(wrapper.isWanted(LogLevel::Info));
+    EXPECT_TRUE(wrapper.isWanted(LogLevel::Event));
+    logLine(LogLevel::Event, "kept");
+    EXPECT_EQ(history(), std::vector<std::string>{"kept"});
+    const test::LogRecorder log;
+    EXPECT_TRUE(wrapper.isWanted(LogLevel::Verbose));
+}
+
 /// Logs to a diagnostic file through two writers in a row, and returns what it holds.
 std::string diagText() {
     const test::TemporaryFolder folder;

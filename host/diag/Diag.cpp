@@ -64,7 +64,7 @@ public:
         return true;
     }
 
-    /// Without the lock: every line of the library asks, and most are heard by nobody.
+    /// Without the lock: every line of the library asks.
     bool listening() const { return mFd >= 0; }
 
     /// Writes the time and `text` as a line.
@@ -142,6 +142,10 @@ uint8_t Diag_LSM_Init(uint8_t*) {
 
 uint8_t Diag_LSM_DeInit(void) {
     return Log::getInstance().close() ? 1 : 0;
+}
+
+uint8_t diag_is_listening(uint32_t) {
+    return Log::getInstance().listening() ? 1 : 0;
 }
 
 void msg_sprintf(const diag_message_descriptor* descriptor, const char* tag, const char* text) {
