@@ -94,16 +94,21 @@ void MoxWdsProxy::registerMoxSvcUp() {
         logLine(LogLevel::Error, "cannot obtain service obj, fatal error");
         return;
     }
+    const int rc = openNotifier();
+    if (rc != 0) logLine(LogLevel::Error, "mox_client_notifier_init error. ErrCode : %d", rc);
+}
+
+int MoxWdsProxy::openNotifier() {
     release(mNotifier);
     mOsParams = {};
     int rc = mox_client_notifier_init(mServiceObject, &mOsParams, &mNotifier);
     if (rc != 0) {
         mNotifier = nullptr;
-    } else {
-        rc = mox_client_register_notify_cb(mNotifier, moxNotifyCb, this);
-        if (rc != 0) release(mNotifier);
+        return rc;
     }
-    if (rc != 0) logLine(LogLevel::Error, "mox_client_notifier_init error. ErrCode : %d", rc);
+    rc = mox_client_register_notify_cb(mNotifier, moxNotifyCb, this);
+    if (rc != 0) release(mNotifier);
+    return rc;
 }
 
 void MoxWdsProxy::moxNotifyCb(mox_client_type, mox_service_object_type, unsigned int serviceEvent,
@@ -318,8 +323,9 @@ bool MoxWdsProxy::tracedExchange(unsigned int messageId, const Request& request,
                                  LogLevel level, const char* failed, const char* succeeded) {
     // Not begun is not failed: the log stays silent.
     if (mStopped) return false;
-    // Neither was to be had when the modem went: without a notifier it would never come back.
-    if (mClient == nullptr && mNotifier == nullptr && mServiceObject != nullptr) registerMoxSvcUp();
+    // Neither was to be had when the modem went: without a notifier it would never come back. In
+    // silence, as every call comes by here until one is to be had.
+    if (mClient == nullptr && mNotifier == nullptr && mServiceObject != nullptr) openNotifier();
     if (!exchange(messageId, request, response)) {
         logLine(LogLevel::Error, "Unable send %s message", failed);
         return false;

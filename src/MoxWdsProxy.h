@@ -94,6 +94,8 @@ private:
         EventManager& mEventManager;
     };
 
+    /// 0, or the messaging library's error; there is no notifier then.
+    int openNotifier();
     void openClient();
     void queue(mox_client_type client, unsigned int msgId, const void* indBuf,
                unsigned int indBufLen);
@@ -126,13 +128,14 @@ private:
     mox_client_os_params mOsParams{};
     std::deque<std::unique_ptr<IndInfo_t>> mIndQueue;
     std::mutex mIndMutex;
-    HandledFd mSvcUpFd;
-    HandledFd mErrorFd;
-    HandledFd mIndFd;
     std::function<void(ProfileChangedInd)> mProfileChangedIndCb;
     /// What could not be decoded is neither handled nor given back while the proxy lives.
     std::list<std::unique_ptr<IndInfo_t>> mUndecoded;
     std::atomic<bool> mStopped = false;
+    // Last, so that no handler is left when what it touches goes.
+    HandledFd mSvcUpFd;
+    HandledFd mErrorFd;
+    HandledFd mIndFd;
 };
 
 }  // namespace velo

@@ -352,6 +352,26 @@ TEST_F(ManagerTest, InitWithoutAThreadFailsAndChangesNothing) {
     EXPECT_TRUE(add("after"));
 }
 
+TEST_F(ManagerTest, ModemThatNothingWaitsForIsLookedForInSilence) {
+    const test::LogRecorder log;
+    const auto failures = [&log] {
+        const auto errors = log.texts(LogLevel::Error);
+        return std::count_if(errors.begin(), errors.end(), [](const std::string& line) {
+            return line.starts_with("mox_client_notifier_init error. ErrCode : ");
+        });
+    };
+    {
+        const NoThreads limited;
+        modem().powerOff();
+        ASSERT_TRUE(test::waitUntil([&] { return failures() > 0; }));
+        for (int call = 0; call < 3; ++call) EXPECT_FALSE(add("nobody"));
+    }
+    EXPECT_EQ(1, failures());
+    EXPECT_EQ(1U, log.count(LogLevel::Event, "MoxWdsProxy::registerMoxSvcUp"));
+    modem().powerOn();
+    EXPECT_TRUE(test::waitUntil([this] { return add("again") != nullptr; }));
+}
+
 class StderrWriter : public LogWriter {
 public:
     void write(LogLevel level, std::string, std::string message) override {
