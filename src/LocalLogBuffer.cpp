@@ -6,12 +6,16 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <ctime>
 #include <utility>
 
 namespace velo {
 
 namespace {
+
+/// Of a line's indentation, date and time, for the room that it needs.
+constexpr std::size_t kTimeLength = 23;
 
 /// The local time of a forked child, without the C library: that guards its time zone with a lock
 /// which any thread of the parent may have held.
@@ -41,6 +45,8 @@ std::tm localTime(std::time_t seconds, bool inForkedChild) {
     if (inForkedChild) {
         return localTimeAt(seconds, offset);
     }
+    // The process may have changed its time zone: localtime_r alone would not notice.
+    tzset();
     std::tm local{};
     localtime_r(&seconds, &local);
     offset = local.tm_gmtoff;
@@ -56,6 +62,7 @@ LocalLogBuffer& LocalLogBuffer::getInstance() {
     static LocalLogBuffer* const instance = [] {
         auto* const buffer = new LocalLogBuffer("VELO", 200);
         ForkGuard::protect(buffer->mMutex);
+        ForkGuard::protect(buffer->mClockMutex);
         return buffer;
     }();
     return *instance;
@@ -67,28 +74,29 @@ void LocalLogBuffer::addLogWithTimestamp(std::string message) {
     const auto milliseconds = static_cast<int>(now.tv_usec / 1000);
     const char fraction[] = {'.', digit(milliseconds / 100), digit(milliseconds / 10),
                              digit(milliseconds)};
-    const std::lock_guard lock(mMutex);
-    const std::string& seconds = secondsText(now.tv_sec);
     std::string line;
-    line.reserve(seconds.size() + sizeof fraction + mName.size() + message.size() + 3);
-    line.append(seconds).append(fraction, sizeof fraction);
+    line.reserve(kTimeLength + sizeof fraction + mName.size() + message.size() + 3);
+    appendSecond(line, now.tv_sec);
+    line.append(fraction, sizeof fraction);
     line.append(" [").append(mName).append("]").append(message);
+    const std::lock_guard lock(mMutex);
     while (static_cast<long long>(mLines.size()) > mCapacity) {
         mLines.pop_front();
     }
     mLines.push_back(std::move(line));
 }
 
-const std::string& LocalLogBuffer::secondsText(std::time_t seconds) {
-    if (seconds != mSeconds || timezone != mTimeZone) {
-        const std::tm local = localTime(seconds, mForkGuard.inForkedChild());
+void LocalLogBuffer::appendSecond(std::string& line, std::time_t second) {
+    const std::lock_guard lock(mClockMutex);
+    if (second != mSecond || timezone != mTimeZone) {
+        const std::tm local = localTime(second, mForkGuard.inForkedChild());
         char text[50] = {};
-        std::strftime(text, sizeof text, "%F %X", &local);
-        mSecondsText = std::string("    ") + text;
-        mSeconds = seconds;
+        std::strftime(text, sizeof text, "    %F %X", &local);
+        mSecondText = text;
+        mSecond = second;
         mTimeZone = timezone;
     }
-    return mSecondsText;
+    line.append(mSecondText);
 }
 
 std::vector<std::string> LocalLogBuffer::getLogs() {

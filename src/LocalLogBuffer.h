@@ -31,18 +31,20 @@ public:
     std::string getName() { return mName; }
 
 private:
-    /// The current second as the start of a line; made anew when the second or the time zone is
-    /// another. Under mMutex.
-    const std::string& secondsText(std::time_t seconds);
+    /// Begins a line with its second, whose text is made anew when the second or the time zone is
+    /// another.
+    void appendSecond(std::string& line, std::time_t second);
 
     const ForkGuard mForkGuard;
     std::deque<std::string> mLines;
     std::string mName;
     int mCapacity;
-    std::time_t mSeconds = -1;
-    long mTimeZone = 0;
-    std::string mSecondsText;
     std::mutex mMutex;
+    // A lock of its own: no line is kept waiting, nor a reader, while a time is formatted.
+    std::mutex mClockMutex;
+    std::time_t mSecond = -1;
+    long mTimeZone = 0;
+    std::string mSecondText;
 };
 
 }  // namespace velo

@@ -66,6 +66,21 @@ TEST(LoggingTest, HistoryLineHasLocalTime) {
                                          "\\.[0-9]{3} \\[VELO\\]ready")));
 }
 
+TEST(LoggingTest, HistoryFollowsTheTimeZone) {
+    logLine(LogLevel::Event, "before");
+    constexpr time_t kEast = 20700;
+    setenv("TZ", "TST-05:45", 1);
+    EXPECT_TRUE(test::waitUntil([] {
+        const time_t shifted = time(nullptr) + kEast;
+        char text[32] = {};
+        strftime(text, sizeof text, "    %F %X", gmtime(&shifted));
+        logLine(LogLevel::Event, "after");
+        return LocalLogBuffer::getInstance().getLogs().back().starts_with(text);
+    }));
+    unsetenv("TZ");
+    tzset();
+}
+
 TEST(LoggingTest, WritersNumberLevelsAsTheirChannels) {
     const int android[] = {2, 3, 4, 6, 7, 4, 4};
     const int diag[] = {1, 1, 1, 4, 16, 4, 1};
