@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include "OwnedFd.h"
+
 namespace velo {
 
 /// A non-blocking wake-up descriptor, closed with its owner. Any thread may signal it while the
@@ -12,11 +14,8 @@ class EventFd {
 public:
     /// Ends the process when the system has no descriptor left: nothing works without wake-ups.
     EventFd();
-    ~EventFd();
-    EventFd(const EventFd&) = delete;
-    EventFd& operator=(const EventFd&) = delete;
 
-    int get() const { return mFd; }
+    int get() const { return mFd.get(); }
 
     /// Adds one to the counter; what write(2) returned, 8 when all is well.
     ssize_t signal() const;
@@ -24,12 +23,8 @@ public:
     /// Empties the counter of `fd`; false, with errno set, when it cannot be read.
     static bool drain(int fd);
 
-    /// Moves a new descriptor out of the range of the standard streams, so that a process that runs
-    /// with a closed standard output does not print into it.
-    static int clearOfStandardStreams(int fd);
-
 private:
-    int mFd;
+    OwnedFd mFd;
 };
 
 }  // namespace velo

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -63,15 +62,6 @@ private:
     sigset_t mPrevious;
 };
 
-int createEpoll() {
-    const int fd = EventFd::clearOfStandardStreams(epoll_create1(EPOLL_CLOEXEC));
-    if (fd == -1) {
-        logLine(LogLevel::Error, "Cannot create epoll instance");
-        std::abort();
-    }
-    return fd;
-}
-
 std::string otherFlags(unsigned int flags) {
     std::string text;
     const auto add = [flags, &text](unsigned int flag, const char* name) {
@@ -88,19 +78,13 @@ std::string otherFlags(unsigned int flags) {
 
 }  // namespace
 
-EventManager::EventManager() : mEpollFd(createEpoll()) {
-    try {
-        addEventHandler(mWakeFd.get(), clearRead, nullptr, nullptr, EPOLLIN | EPOLLHUP);
-    } catch (...) {
-        close(mEpollFd);
-        throw;
-    }
-    logLine(LogLevel::Verbose, "EventManager is ready. epollFd:%d", mEpollFd);
+EventManager::EventManager() : mEpollFd(epoll_create1(EPOLL_CLOEXEC), "epoll") {
+    addEventHandler(mWakeFd.get(), clearRead, nullptr, nullptr, EPOLLIN | EPOLLHUP);
+    logLine(LogLevel::Verbose, "EventManager is ready. epollFd:%d", mEpollFd.get());
 }
 
 EventManager::~EventManager() {
     removeEventHandler(mWakeFd.get());
-    close(mEpollFd);
 }
 
 bool EventManager::addEventHandler(int fd, EventCallback cb, void* data, CloseCallback closeCb,
@@ -136,7 +120,7 @@ EventManager::Added EventManager::add(int fd, const HandlerObject& handler, int 
     epoll_event event{};
     event.events = static_cast<std::uint32_t>(events);
     event.data.fd = fd;
-    const bool watched = epoll_ctl(mEpollFd, EPOLL_CTL_ADD, fd, &event) == 0;
+    const bool watched = epoll_ctl(mEpollFd.get(), EPOLL_CTL_ADD, fd, &event) == 0;
     return watched ? Added::Watched : Added::Unwatched;
 }
 
@@ -181,7 +165,8 @@ void EventManager::processEvents() {
         mRemoved.clear();
         mAllStale = false;
     }
-    const int count = epoll_wait(mEpollFd, mEvents.data(), static_cast<int>(mEvents.size()), -1);
+    const int count =
+        epoll_wait(mEpollFd.get(), mEvents.data(), static_cast<int>(mEvents.size()), -1);
     if (count == -1) {
         logLine(LogLevel::Error, "epoll_wait error");
         return;
@@ -259,7 +244,7 @@ bool EventManager::retire(int fd) {
         mAllStale = true;
     }
     // Under the lock, so that a wait which begins after it reports nothing of this descriptor.
-    return epoll_ctl(mEpollFd, EPOLL_CTL_DEL, fd, nullptr) == 0;
+    return epoll_ctl(mEpollFd.get(), EPOLL_CTL_DEL, fd, nullptr) == 0;
 }
 
 void EventManager::dispatch(int fd, unsigned int flags) {

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "EventFd.h"
+#include "OwnedFd.h"
 
 namespace velo {
 
@@ -73,7 +74,7 @@ private:
     void dispatchInput(int fd);
     void dropDescriptor(int fd);
 
-    int mEpollFd;
+    OwnedFd mEpollFd;
     EventFd mWakeFd;
     std::array<epoll_event, 4> mEvents{};
 
