@@ -53,9 +53,11 @@ public:
     }
 
 private:
-    bool take(std::size_t length, Bytes& part) {
+    /// What there is too little of is shown as it is.
+    bool take(std::size_t length, Bytes& part, Item& item) {
         if (mRest.size() < length) {
             mProblem = "is cut short";
+            item.value = std::vector<std::uint8_t>(mRest.begin(), mRest.end());
             return false;
         }
         part = mRest.first(length);
@@ -77,8 +79,7 @@ private:
                 break;
         }
         Bytes part;
-        if (!take(field.size, part)) {
-            item.value = std::vector<std::uint8_t>(mRest.begin(), mRest.end());
+        if (!take(field.size, part, item)) {
             return false;
         }
         item.value = number(part);
@@ -87,8 +88,7 @@ private:
 
     bool readString(const Field& field, Item& item, std::size_t length) {
         Bytes part;
-        if (!take(length, part)) {
-            item.value = std::vector<std::uint8_t>(mRest.begin(), mRest.end());
+        if (!take(length, part, item)) {
             return false;
         }
         item.value = std::string(part.begin(), part.end());
@@ -108,7 +108,7 @@ private:
             std::size_t length = 0;
             if (element.kind == FieldKind::String) {
                 Bytes part;
-                if (!take(sizeof(std::uint16_t), part)) {
+                if (!take(sizeof(std::uint16_t), part, child)) {
                     return false;
                 }
                 length = static_cast<std::size_t>(number(part));
@@ -121,11 +121,11 @@ private:
     }
 
     bool readList(const Field& field, Item& item) {
-        auto& items = item.value.emplace<std::vector<Item>>();
         Bytes part;
-        if (!take(sizeof(std::uint32_t), part)) {
+        if (!take(sizeof(std::uint32_t), part, item)) {
             return false;
         }
+        auto& items = item.value.emplace<std::vector<Item>>();
         const std::uint64_t count = number(part);
         if (count > field.limit) {
             mProblem = "claims " + std::to_string(count) + " entries, more than " +

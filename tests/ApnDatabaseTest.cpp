@@ -143,10 +143,12 @@ TEST(WantedRecordsTest, TakesTheSettingsOfAJsonList) {
               "ApnName=b,RoamIPType=V6,ApnClass=IMS,PdnReqWaitInterval=7,IsApnDisabled=true,");
 }
 
-TEST(WantedRecordsTest, RefusesWhatIsNestedTooDeep) {
-    const TemporaryFile file("[{\"apn\": " + std::string(200000, '[') + std::string(200000, ']') +
-                             "}]");
-    EXPECT_THROW(WantedRecords::read(file.path, ""), CommandError);
+TEST(WantedRecordsTest, RefusesWhatNoRecordHolds) {
+    for (const std::string& value :
+         {std::string(200000, '[') + std::string(200000, ']'), std::string("4e1111")}) {
+        const TemporaryFile file("[{\"wait_time\": " + value + "}]");
+        EXPECT_THROW(WantedRecords::read(file.path, ""), CommandError);
+    }
 }
 
 }  // namespace

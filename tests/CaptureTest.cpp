@@ -110,6 +110,16 @@ std::vector<mox::Frame> soundAndDamaged(const mox::MessageDefinition& message) {
             });
         }
     }
+    for (std::size_t at = 0; at < sound.payload.size();) {
+        const auto field = sound.payload.begin() + static_cast<std::ptrdiff_t>(at);
+        for (std::uint8_t left = 0; left < field[1]; ++left) {
+            variant([&](Bytes& bytes) {
+                bytes = {*field, left, 0};
+                bytes.insert(bytes.end(), field + 3, field + 3 + left);
+            });
+        }
+        at += 3U + field[1];
+    }
     return all;
 }
 
@@ -201,6 +211,9 @@ TEST_F(CaptureTest, TextOfFields) {
          "    profile_type: 3GPP (0)\n    password: \"s\\\"\\x01\\xFF\"\n    auth_preference: "
          "0x03\n"
          "    apn_type_mask: 0x8000000000000201\n    rest: bytes 22 02\n"},
+        {{1, 1, 0, 0, 0, 0x2A, 0, 13, 0, 0, 0, 3, 10, 0, 1, 0, 0, 0, 1, 0, 0, 0, 7, 2},
+         "    profile_list:\n        [0]:\n            profile_type: 3GPP2 (1)\n"
+         "            profile_index: 7\n            profile_name: bytes 02\n"},
         {{0, 1, 0, 0, 0, 0xCD, 0xAB, 2, 0, 0, 0, 5, 6}, "    payload: bytes 05 06\n"},
         {{1, 2}, "    rest: bytes 01 02\n"},
     };
@@ -241,7 +254,7 @@ TEST_F(CaptureTest, AKilledModemLeavesAGoodFile) {
     const pid_t child = ::fork();
     if (child == 0) {
         modem::Capture capture(mPath);
-        for (std::uint64_t i = 0;; ++i) {
+        for (std::size_t i = 0;; ++i) {
             capture.record(1, Direction::FromModem, 0, Bytes(i % 100));
             if (i == 3000 && ::write(ready[1], "", 1) != 1) {
                 ::_exit(1);

@@ -40,6 +40,7 @@ TEST(ScriptTest, StopsAtTheFirstFailureAndSaysWhere) {
         {"velo match 1 --ip v4\nadd --apn late\n", 1, "stdin:1: the line ended with status 1"},
         {"add --key web\nprovision --sim 26201\n", 2, "stdin:2: provision connects the library "},
         {"list 'open\n", 2, "stdin:1: the line lacks the closing ' of a word"},
+        {std::string("lis\0t\n", 6), 2, "stdin:1: there is no command 'lis"},
         {"list --modem /nowhere\n", 2, "stdin:1: --modem holds for a whole shell or script"},
         {"drop web\n", 2, "stdin:1: there is no key 'web'; there are no keys at all"},
         {"exit\nbogus\n", 0, ""},

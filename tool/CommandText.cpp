@@ -49,10 +49,10 @@ CommandText CommandText::parse(std::string_view line) {
         } else if (letter == '\\' && quote != '\'') {
             text.openQuote = '\\';
             quote = quote == '\0' ? '\\' : quote;
-        } else if (quote == letter) {
-            text.openQuote = quote = '\0';
         } else if (quote == '\0' && (letter == '\'' || letter == '"')) {
             text.openQuote = quote = letter;
+        } else if (quote != '\0' && quote == letter) {
+            text.openQuote = quote = '\0';
         } else {
             add(letter);
         }

@@ -85,6 +85,8 @@ WantedRecords readJson(const std::string& path, const std::string& text) {
         throw CommandError(kUsage, placeIn(path, text, error.byte) +
                                        ": this is not JSON; give a list of records such as "
                                        "[{\"apn\": \"internet\", \"class\": \"inet\"}]");
+    } catch (const nlohmann::json::out_of_range&) {
+        throw CommandError(kUsage, path + ": this has a number that is too large");
     }
     if (!list.is_array()) {
         throw CommandError(kUsage, path + ":1: this is no JSON list of records");
