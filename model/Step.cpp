@@ -161,7 +161,7 @@ void fill(ProfileParams& params, const Step::Arguments& record) {
 }
 
 bool chance(modem::Dice& dice, unsigned int percent) {
-    return dice.below(100) < percent;
+    return dice.below(100U) < percent;
 }
 
 /// The first of the named values are the simple ones, and the first exchanges the certain ones, and

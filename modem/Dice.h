@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <random>
 
@@ -20,7 +21,10 @@ public:
     }
 
     /// From 0 to limit - 1.
-    std::uint64_t below(std::uint64_t limit) { return mEngine() % limit; }
+    template <std::integral Number>
+    Number below(Number limit) {
+        return static_cast<Number>(mEngine() % static_cast<std::uint64_t>(limit));
+    }
 
 private:
     std::mt19937_64 mEngine;

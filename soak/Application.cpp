@@ -61,7 +61,7 @@ void Application::bringUp(const tool::ApnNetwork& network, const std::atomic<boo
     if (!params3gpp.empty()) {
         const ProfileParams& first = params3gpp.front();
         if (!goOn(mUtil.findOrCreateProfileForLteAttach(first))) return;
-        mUtil.matchLteAttachProfileId(static_cast<int>(mDice.below(8)), first);
+        mUtil.matchLteAttachProfileId(mDice.below(8), first);
     }
     for (const auto& [tech, records] : {std::pair(TechType::TECH_3GPP, &params3gpp),
                                         std::pair(TechType::TECH_3GPP2, &params3gpp2)}) {

@@ -181,7 +181,7 @@ void Hazards::round() {
 
 void Hazards::init() {
     const std::lock_guard lock(mInit);
-    manager().init(static_cast<int>(mDice.below(2)), mDice.cast(0.5));
+    manager().init(mDice.below(2), mDice.cast(0.5));
     ++mInits;
 }
 
@@ -209,7 +209,7 @@ void Hazards::dropWhileReplaced() {
 }
 
 void Hazards::engineComesAndGoes() {
-    auto engine = std::make_unique<ClientRequestManager>(static_cast<int>(mDice.below(2)));
+    auto engine = std::make_unique<ClientRequestManager>(mDice.below(2));
     ++mEngines;
     if (mDice.cast(0.3)) return;
     std::list<Key> keys;
@@ -263,7 +263,7 @@ void Hazards::exitAlive(std::uint64_t seed) {
     static std::list<Key> keys;
     mox::setTimeoutCap(kExchangeMs);
     silenceAndroidLog();
-    manager().init(static_cast<int>(dice.below(2)), dice.cast(0.5));
+    manager().init(dice.below(2), dice.cast(0.5));
     for (int i = 0; i < 20 && keys.empty(); ++i) {
         std::this_thread::sleep_for(std::chrono::microseconds(dice.below(kMostPauseUs)));
         keys = gatherKeys();

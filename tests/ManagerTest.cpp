@@ -314,14 +314,16 @@ TEST_F(ManagerTest, EmptyListenerEndsTheProcess) {
     EXPECT_EXIT(manager().deleteProfile(key), ::testing::KilledBySignal(SIGABRT), "");
 }
 
-/// Asks for more stack than there is, so that no thread can start while it lives.
+/// Asks for a stack of nearly all addresses, so that no thread can start while it lives: of 32
+/// bits, even the half may be there.
 class NoThreads {
 public:
     NoThreads() {
         pthread_getattr_default_np(&mBefore);
         pthread_attr_t greedy;
         pthread_attr_init(&greedy);
-        pthread_attr_setstacksize(&greedy, std::numeric_limits<std::size_t>::max() / 2 + 1);
+        constexpr std::size_t kFree = std::size_t{16} << 20;
+        pthread_attr_setstacksize(&greedy, std::numeric_limits<std::size_t>::max() - kFree);
         pthread_setattr_default_np(&greedy);
         pthread_attr_destroy(&greedy);
     }
