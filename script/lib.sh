@@ -14,6 +14,25 @@ fail() {
     exit 2
 }
 
+# check_options NUMBERS TEXTS FLAGS ARGUMENT...: refuses what is none of these options, each kind given as a|b, before
+# a build takes its time.
+check_options() {
+    local numbers="^--($1)\$" texts="^--($2)\$" flags="^--($3)\$"
+    shift 3
+    while [ $# -gt 0 ]; do
+        if [[ $1 =~ $numbers ]]; then
+            [[ ${2:-} =~ ^[0-9]+$ ]] || fail "$1 takes a number (--help tells more)"
+            shift
+        elif [[ $1 =~ $texts ]]; then
+            [ -n "${2:-}" ] || fail "$1 takes a path (--help tells more)"
+            shift
+        elif [[ ! $1 =~ $flags ]]; then
+            fail "no option '$1' (--help tells more)"
+        fi
+        shift
+    done
+}
+
 # need PACKAGE...: installs the Debian packages that are missing, as root or through sudo.
 need() {
     command -v dpkg-query >/dev/null ||

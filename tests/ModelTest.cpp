@@ -5,9 +5,8 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-
 #include "SpawnedCommand.h"
+#include "Support.h"
 
 namespace velo::test {
 namespace {
@@ -15,20 +14,21 @@ namespace {
 using ::testing::HasSubstr;
 
 TEST(ModelTest, AFewThousandOperations) {
-    const auto result =
-        SpawnedCommand(VELO_MODEL, {"--operations", "2000", "--seed", "1"}).finish();
+    const TemporaryFolder folder;
+    const auto result = SpawnedCommand(VELO_MODEL, {"--operations", "2000", "--seed", "1",
+                                                    "--failures", folder.path()})
+                            .finish();
     EXPECT_EQ(0, result.status) << result.out << result.err;
     EXPECT_THAT(result.out, HasSubstr("operations              2000\n"));
 }
 
 TEST(ModelTest, ALieIsFoundShortenedAndReplayed) {
-    std::string folder = std::filesystem::temp_directory_path() / "velo-model-XXXXXX";
-    ASSERT_NE(nullptr, ::mkdtemp(folder.data()));
+    const TemporaryFolder folder;
     const auto found = SpawnedCommand(VELO_MODEL, {"--lying-modem", "--operations", "250", "--seed",
-                                                   "1", "--jobs", "1", "--failures", folder})
+                                                   "1", "--jobs", "1", "--failures", folder.path()})
                            .finish();
     EXPECT_EQ(1, found.status) << found.out << found.err;
-    const std::string file = folder + "/model-1.steps";
+    const std::string file = folder / "model-1.steps";
     EXPECT_THAT(found.out, HasSubstr("Again: script/model --replay " + file));
     const auto again = SpawnedCommand(VELO_MODEL, {"--lying-modem", "--replay", file}).finish();
     EXPECT_EQ(1, again.status) << again.out << again.err;
@@ -37,7 +37,6 @@ TEST(ModelTest, ALieIsFoundShortenedAndReplayed) {
     EXPECT_THAT(again.out, ::testing::Not(HasSubstr("  9  ")));
     const auto honest = SpawnedCommand(VELO_MODEL, {"--replay", file}).finish();
     EXPECT_EQ(0, honest.status) << honest.out << honest.err;
-    std::filesystem::remove_all(folder);
 }
 
 TEST(ModelTest, WhatIsNoStepIsRefused) {
