@@ -27,7 +27,7 @@ Status statusOf(bool success) {
 void traceHandling(ClientRequest& request) {
     // The text is long to make, and seldom wanted.
     if (LogWrapper::getInstance().isWanted(LogLevel::Info)) {
-        logDump(LogLevel::Info, "Handling %s", request);
+        logLine(LogLevel::Info, "Handling %s", dumpOf(request).c_str());
     }
 }
 
@@ -162,9 +162,7 @@ void ClientRequestManager::endVeloThread() {
 
 void ClientRequestManager::handleClientRequest(int fd, void* arg) {
     logLine(LogLevel::Debug, ":%d:%s", 77, "handleClientRequest");
-    if (!EventFd::drain(fd)) {
-        logLine(LogLevel::Error, "Error while clearing the read buffer on fd %d", fd);
-    }
+    EventFd::drain(fd);
     if (arg == nullptr) {
         logLine(LogLevel::Error, "arg is null");
         return;

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "LogWrapper.h"
+
 namespace velo {
 
 EventFd::EventFd() : mFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), "eventfd") {}
@@ -17,12 +19,15 @@ ssize_t EventFd::signal() const {
     return write(get(), &one, sizeof one);
 }
 
-bool EventFd::drain(int fd) {
+void EventFd::drain(int fd) {
     // One read takes the whole counter, however many signals it holds. Another would cost each call
     // 0.1 us, and find nothing but a signal that came in between, which is an event of its own.
     std::uint64_t counter = 0;
     const ssize_t got = read(fd, &counter, sizeof counter);
-    return got == static_cast<ssize_t>(sizeof counter) || (got == -1 && errno == EAGAIN);
+    if (got == static_cast<ssize_t>(sizeof counter) || (got == -1 && errno == EAGAIN)) {
+        return;
+    }
+    logLine(LogLevel::Error, "Error while clearing the read buffer on fd %d", fd);
 }
 
 }  // namespace velo

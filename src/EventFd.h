@@ -20,8 +20,8 @@ public:
     /// Adds one to the counter; what write(2) returned, 8 when all is well.
     ssize_t signal() const;
 
-    /// Empties the counter of `fd`; false, with errno set, when it cannot be read.
-    static bool drain(int fd);
+    /// Empties the counter of `fd`, or logs that it cannot be read.
+    static void drain(int fd);
 
 private:
     OwnedFd mFd;

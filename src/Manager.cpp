@@ -33,15 +33,6 @@ std::unique_ptr<LogWriter> makeWriter(bool useAdb) {
     return std::make_unique<DiagWriter>();
 }
 
-/// Without memory for the line what it tells of is done all the same.
-template <typename Subject>
-void trace(const char* operation, char direction, Subject* subject) {
-    orNothing([&] {
-        logLine(LogLevel::Event, "Manager::%s %c %s", operation, direction,
-                (subject != nullptr ? subject->dump() : std::string()).c_str());
-    });
-}
-
 }  // namespace
 
 Manager& Manager::getInstance() {
@@ -72,9 +63,10 @@ std::shared_ptr<Response> Manager::submit(const char* operation, const char* fai
         logLine(LogLevel::Error, "Manager not initialized!");
         return nullptr;
     }
-    trace(operation, '>', request.get());
+    logLine(LogLevel::Event, "Manager::%s > %s", operation, dumpOf(*request).c_str());
     const auto response = mClientRequestManager->processClientRequest(request);
-    trace(operation, '<', response.get());
+    logLine(LogLevel::Event, "Manager::%s < %s", operation,
+            (response ? dumpOf(*response) : std::string()).c_str());
     auto answer = std::dynamic_pointer_cast<Response>(response);
     if (!answer) {
         logLine(LogLevel::Error, "%s", failure);

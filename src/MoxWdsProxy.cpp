@@ -29,12 +29,6 @@ void release(mox_client_type& handle) {
     handle = nullptr;
 }
 
-void drain(int fd) {
-    if (!EventFd::drain(fd)) {
-        logLine(LogLevel::Error, "Error while clearing the read buffer on fd %d", fd);
-    }
-}
-
 /// The modem counts from 1; whatever it may mean beyond the known events asks for a rebuild.
 ProfileChangedEvent convertEvent(wds_profile_event_enum_v01 event) {
     const std::uint32_t index = static_cast<std::uint32_t>(event) - 1;
@@ -130,7 +124,7 @@ void MoxWdsProxy::moxNotifyCb(mox_client_type, mox_service_object_type, unsigned
 
 void MoxWdsProxy::handleSvcUp(int fd, void* data) {
     logLine(LogLevel::Debug, "MoxWdsProxy service is up, trying to initialize svc client");
-    drain(fd);
+    EventFd::drain(fd);
     if (data == nullptr) {
         logLine(LogLevel::Error, "MoxWdsProxy instance is null");
         return;
@@ -203,7 +197,7 @@ void MoxWdsProxy::moxErrorCb(mox_client_type, int, void* data) {
 
 void MoxWdsProxy::handleError(int fd, void* data) {
     logLine(LogLevel::Debug, "src/MoxWdsProxy:%d:%s", __LINE__, "handleError");
-    drain(fd);
+    EventFd::drain(fd);
     if (data == nullptr) {
         logLine(LogLevel::Error, "arg is null");
         return;
@@ -246,7 +240,7 @@ void MoxWdsProxy::queue(mox_client_type client, unsigned int msgId, const void* 
 }
 
 void MoxWdsProxy::handleIndication(int fd, void* data) {
-    drain(fd);
+    EventFd::drain(fd);
     if (data == nullptr) {
         logLine(LogLevel::Error, "handleIndication: arg is null");
         return;

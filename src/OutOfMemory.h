@@ -3,6 +3,7 @@
 #pragma once
 
 #include <new>
+#include <string>
 #include <type_traits>
 
 #include "LogWrapper.h"
@@ -22,11 +23,15 @@ std::invoke_result_t<Work> orNothing(Work work) {
     }
 }
 
-/// Logs the dump of `subject`. The line is no part of the work that it tells of: without memory for
-/// its text it is lost, and the work goes on.
+/// The dump of `subject` for a line of the log; empty without memory for it, as the line is no part
+/// of the work that it tells of.
 template <typename Subject>
-void logDump(LogLevel level, const char* format, Subject& subject) {
-    orNothing([&] { logLine(level, format, subject.dump().c_str()); });
+std::string dumpOf(Subject& subject) {
+    try {
+        return subject.dump();
+    } catch (const std::bad_alloc&) {
+        return {};
+    }
 }
 
 }  // namespace velo

@@ -19,8 +19,8 @@ namespace velo {
 namespace {
 
 /// What an image shows of itself, or of its absence.
-std::string dumpOf(const std::shared_ptr<ModemProfile>& profile) {
-    return profile ? profile->dump() : "null";
+std::string textOf(const std::shared_ptr<ModemProfile>& profile) {
+    return profile ? dumpOf(*profile) : "null";
 }
 
 bool isImageOf(const std::shared_ptr<ModemProfile>& profile, TechType tech, int profileId) {
@@ -75,7 +75,7 @@ std::shared_ptr<ProfileKey> ProfileCache::add(AddProfileParams& params) {
     const int profileId = profile->getProfileId();
     profile->incRefCount();
     addPending(made, profileId);
-    logDump(LogLevel::Event, "Added: %s", *profile);
+    logLine(LogLevel::Event, "Added: %s", dumpOf(*profile).c_str());
     try {
         insert(token, profile);
         return std::make_shared<ProfileKey>(tech, profileId, token, mPostRequest);
@@ -107,7 +107,7 @@ bool ProfileCache::modify(ModifyProfileParams& params, std::shared_ptr<ProfileKe
         logLine(LogLevel::Error, "ProfileCache: failed to modify modem profile");
         return true;
     }
-    logDump(LogLevel::Event, "Diff: %s", *diff);
+    logLine(LogLevel::Event, "Diff: %s", dumpOf(*diff).c_str());
     {
         const std::lock_guard lock(mMutex);
         profile->apply(diff);
@@ -221,14 +221,14 @@ bool ProfileCache::refresh() {
         orNothing([&] { insert(generateToken(), std::move(profile)); });
     }
     logLine(LogLevel::Event, "Refreshed Profiles:");
-    for (const auto& entry : mProfiles) {
-        orNothing([&] { logLine(LogLevel::Event, "%s", dumpOf(entry.second).c_str()); });
+    for (const auto& [token, profile] : mProfiles) {
+        logLine(LogLevel::Event, "%s", textOf(profile).c_str());
     }
     return true;
 }
 
 void ProfileCache::onIndication(ProfileChangedInd ind) {
-    logDump(LogLevel::Event, "ProfileCache: onIndication < %s", ind);
+    logLine(LogLevel::Event, "ProfileCache: onIndication < %s", dumpOf(ind).c_str());
     if (confirmPending(ind)) {
         logLine(LogLevel::Event, "ProfileCache: pending transaction confirmed");
         return;
@@ -258,7 +258,7 @@ std::vector<std::string> ProfileCache::dump() {
     const std::lock_guard lock(mMutex);
     std::vector<std::string> lines{"Cache:"};
     for (const auto& [token, profile] : mProfiles) {
-        lines.push_back("  " + std::to_string(token) + ": " + dumpOf(profile));
+        lines.push_back("  " + std::to_string(token) + ": " + textOf(profile));
     }
     lines.emplace_back("Pending:");
     for (const ProfileChangedInd& pending : mPendingTransactions) {

@@ -50,7 +50,7 @@ Key findFirst(Manager& manager, const FilterProfileParams& filter) {
 }
 
 std::string textOf(const Key& key) {
-    return key ? key->dump() : std::string();
+    return key ? dumpOf(*key) : std::string();
 }
 
 ModifyProfileParams maskUpdate(unsigned int mask) {
@@ -129,14 +129,14 @@ Key findIAProfile(Manager& manager, const ProfileParams& params, ModifyProfilePa
 
 void logRecords(const std::list<ProfileParams>& records) {
     for (const ProfileParams& record : records) {
-        logLine(LogLevel::Event, "    %s", record.dump().c_str());
+        logLine(LogLevel::Event, "    %s", dumpOf(record).c_str());
     }
 }
 
 /// Lowers the record's APN name, so that records group by it, and fills in what is missing.
 void completeRecord(ProfileParams& record) {
     logLine(LogLevel::Event, "velo update APN type bitmask on modem profile for %s",
-            record.dump().c_str());
+            dumpOf(record).c_str());
     if (record.hasApnName()) record.setApnName(convertToLower(record.getApnName()));
     if (!record.hasApnTypesMask()) {
         record.setApnTypesMask(0);
@@ -195,7 +195,7 @@ std::shared_ptr<IProfileKey> Util::findOrCreateProfileForSetupDataCall(
     TechType techType, const ProfileParams& params) {
     return orNothing([&] {
         logLine(LogLevel::Event, "velo findOrCreateProfileForSetupDataCall > %s",
-                params.dump().c_str());
+                dumpOf(params).c_str());
         FilterProfileParams filter = filterFor(techType);
         copySettings(params, filter, setting::kApnName);
         if (techType == TechType::TECH_3GPP2) copySettings(params, filter, setting::kUserName);
@@ -226,7 +226,7 @@ std::shared_ptr<IProfileKey> Util::findOrCreateProfileForEmergencyDataCall(
     const ProfileParams& params) {
     return orNothing([&] {
         logLine(LogLevel::Event, "velo findOrCreateProfileForEmergencyDataCall > %s",
-                params.dump().c_str());
+                dumpOf(params).c_str());
         FilterProfileParams filter = filterFor(TechType::TECH_3GPP);
         filter.setIsEmergencySupported(true);
         Key key;
@@ -256,7 +256,7 @@ std::shared_ptr<IProfileKey> Util::findOrCreateProfileForEmergencyDataCall(
 std::shared_ptr<IProfileKey> Util::findOrCreateProfileForLteAttach(const ProfileParams& params) {
     return orNothing([&] {
         logLine(LogLevel::Event, "velo findOrCreateProfileForLteAttach > %s",
-                params.dump().c_str());
+                dumpOf(params).c_str());
         ModifyProfileParams update;
         copySettings(params, update, setting::kUserName, setting::kPassword, setting::kAuthType,
                      setting::kApnTypesMask, setting::kMaxPdnsConnPerBlock,
@@ -330,16 +330,15 @@ void Util::updateModemProfileByApnClass(const std::list<ProfileParams>& params3g
         logRecords(params3gpp);
         logLine(LogLevel::Event, "  3gpp2:");
         logRecords(params3gpp2);
-        for (const ProfileParams& record : params3gpp) {
-            logLine(LogLevel::Debug, "velo update 3gpp modem profile by APN class for %s",
-                    record.dump().c_str());
-            updateModemProfileByApnClassAndTechType(record, TechType::TECH_3GPP);
-        }
-        for (const ProfileParams& record : params3gpp2) {
-            logLine(LogLevel::Debug, "velo update 3gpp2 modem profile by APN class for %s",
-                    record.dump().c_str());
-            updateModemProfileByApnClassAndTechType(record, TechType::TECH_3GPP2);
-        }
+        const auto update = [this](const auto& records, const char* name, TechType techType) {
+            for (const ProfileParams& record : records) {
+                logLine(LogLevel::Debug, "velo update %s modem profile by APN class for %s", name,
+                        dumpOf(record).c_str());
+                updateModemProfileByApnClassAndTechType(record, techType);
+            }
+        };
+        update(params3gpp, "3gpp", TechType::TECH_3GPP);
+        update(params3gpp2, "3gpp2", TechType::TECH_3GPP2);
         logLine(LogLevel::Event, "velo updateModemProfileByApnClass < OK");
     });
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -107,7 +108,10 @@ private:
 };
 
 std::string localTime() {
-    const time_t now = time(nullptr);
+    // time() may still tell the second before the one that a line just had.
+    timeval precise{};
+    gettimeofday(&precise, nullptr);
+    const time_t now = precise.tv_sec;
     char text[32] = {};
     strftime(text, sizeof text, "    %F %X", localtime(&now));
     return text;
