@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Any bytes as any message, and any structure as any message: what is accepted survives the way
-// there and back, and no more than the structure is touched.
+// there and back, no more than the structure is touched, and people are told of a problem exactly
+// when the message is refused.
 
 #include <algorithm>
 #include <memory>
@@ -9,7 +10,9 @@
 
 #include "fuzz/Input.h"
 #include "host/mox/Codec.h"
+#include "host/mox/Frame.h"
 #include "host/mox/WdsService.h"
+#include "modem/FrameView.h"
 
 namespace velo::fuzz {
 namespace {
@@ -57,7 +60,12 @@ void run(Bytes bytes) {
     const Bytes rest = input.rest();
 
     Structure structure(message);
-    if (structure.decode(rest)) {
+    const bool isGood = structure.decode(rest);
+    const mox::Frame frame{
+        static_cast<std::uint8_t>(message.kind), 7, message.id, {rest.begin(), rest.end()}};
+    ensure(modem::FrameView(frame.pack()).problems.empty() == isGood,
+           "the view and the codec agree");
+    if (isGood) {
         thereAndBack(message, structure);
     } else {
         ensure(structure.empty(), "a refused message leaves nothing behind");

@@ -4,9 +4,7 @@
 
 #pragma once
 
-#include <cstring>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 #include "SettingFields.h"
@@ -56,12 +54,6 @@ inline FilterProfileParams filterFrom(Input& input) {
     if ((present & 4) != 0) filter.setFilterByIsVeloProfile(input.value<bool>());
     if ((present & 8) != 0) filter.setFilterByIsIAProfile(input.value<bool>());
     return filter;
-}
-
-/// All of a structure, to compare: structures are zeroed before they are filled.
-template <typename Structure>
-std::string_view bytesOf(const Structure& structure) {
-    return {reinterpret_cast<const char*>(&structure), sizeof(structure)};
 }
 
 /// The structure of a message, when the bytes are one.

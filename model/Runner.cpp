@@ -11,12 +11,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
 #include <utility>
 
 #include "model/Shrinker.h"
+#include "model/World.h"
 
 namespace velo::model {
 
@@ -26,8 +28,6 @@ using std::chrono::seconds;
 
 constexpr std::uint64_t kSequence = 250;
 constexpr seconds kSilence{90};
-/// How often a job may be asked in vain; one that was stopped with this process loses no turn.
-constexpr unsigned int kPatience = 90;
 constexpr seconds kProgress{5};
 constexpr seconds kShrinking{120};
 constexpr seconds kExchange{1};
@@ -48,121 +48,64 @@ std::string troubleOf(pid_t pid) {
 
 }  // namespace
 
-std::size_t Runner::lengthOf(std::uint64_t sequence) const {
-    const std::uint64_t before = std::min(sequence * kSequence, mOptions.operations);
-    return static_cast<std::size_t>(std::min(kSequence, mOptions.operations - before));
-}
-
 bool Runner::run() {
-    std::vector<Job> jobs;
-    for (unsigned int i = 0; i < mOptions.jobs; ++i) jobs.push_back(startJob(i));
-    follow(jobs);
-    const auto failed =
-        std::find_if(jobs.begin(), jobs.end(), [](const Job& job) { return !job.trouble.empty(); });
-    reportSummary(failed == jobs.end());
-    if (failed != jobs.end()) reportFailure(*failed);
-    return failed == jobs.end();
+    // Its next end is waited for in their order: all take about as long.
+    std::deque<Job> jobs;
+    for (;;) {
+        while (jobs.size() < mOptions.jobs && mayBegin()) jobs.push_back(begin());
+        if (jobs.empty()) break;
+        const Job job = std::move(jobs.front());
+        jobs.pop_front();
+        const std::string trouble = end(job);
+        if (trouble.empty()) continue;
+        for (const Job& other : jobs) end(other);
+        reportSummary(false);
+        reportFailure(job, trouble);
+        return false;
+    }
+    reportSummary(true);
+    return true;
 }
 
-Runner::Job Runner::startJob(unsigned int number) const {
-    int ends[2];
-    if (::pipe(ends) != 0) {
+bool Runner::mayBegin() const {
+    const bool isLate = mOptions.seconds > 0 && Clock::now() - mBegun > seconds(mOptions.seconds);
+    return !isLate && mBegunOperations < mOptions.operations;
+}
+
+Runner::Job Runner::begin() {
+    const std::uint64_t seed = mOptions.seed + mBegunOperations / kSequence;
+    const std::uint64_t length = std::min(kSequence, mOptions.operations - mBegunOperations);
+    mBegunOperations += length;
+    Steps steps = generate(seed, static_cast<std::size_t>(length));
+    const pid_t pid = start(steps, false);
+    return {pid, seed, std::move(steps)};
+}
+
+std::string Runner::end(const Job& job) {
+    std::string trouble = troubleOf(job.pid);
+    mOperations += job.steps.size();
+    for (const Step& step : job.steps) ++mCounts["  " + std::string(step.operation)];
+    showProgress(std::to_string(mOperations) + " operations");
+    return trouble;
+}
+
+pid_t Runner::start(const Steps& steps, bool isNarrated) const {
+    const pid_t child = ::fork();
+    if (child < 0) {
         std::perror("velo_model");
         std::exit(2);
     }
-    Job job;
-    job.next = number;
-    job.pipe = ends[0];
-    job.pid = ::fork();
-    if (job.pid == 0) {
-        ::close(ends[0]);
-        work(number, ends[1]);
-        std::exit(0);
-    }
-    ::close(ends[1]);
-    return job;
-}
-
-void Runner::work(unsigned int number, int pipe) const {
-    for (std::uint64_t sequence = number; lengthOf(sequence) > 0; sequence += mOptions.jobs) {
-        if (mOptions.seconds > 0 && Clock::now() - mBegun > seconds(mOptions.seconds)) return;
-        World::Counts counts;
-        const Steps steps = generate(mOptions.seed + sequence, lengthOf(sequence));
-        const std::string violation = perform(steps, false, counts);
-        if (!violation.empty()) {
-            print(violation);
-            std::exit(1);
-        }
-        std::ostringstream line;
-        for (const auto& [name, count] : counts) line << count << ':' << name << '\t';
-        line << '\n';
-        if (::write(pipe, line.str().data(), line.str().size()) < 0) std::exit(1);
-    }
-}
-
-void Runner::follow(std::vector<Job>& jobs) {
-    const auto isOver = [&] {
-        return std::all_of(jobs.begin(), jobs.end(), [](const Job& job) { return job.isDone; }) ||
-               std::any_of(jobs.begin(), jobs.end(),
-                           [](const Job& job) { return !job.trouble.empty(); });
-    };
-    while (!isOver()) {
-        std::vector<pollfd> watched;
-        watched.reserve(jobs.size());
-        for (const Job& job : jobs) watched.push_back({job.isDone ? -1 : job.pipe, POLLIN, 0});
-        const int heard = ::poll(watched.data(), watched.size(), 1000);
-        for (std::size_t i = 0; i < jobs.size(); ++i) {
-            if (watched[i].revents != 0) listen(jobs[i]);
-            if (heard == 0 && !jobs[i].isDone && ++jobs[i].silences > kPatience) {
-                ::kill(jobs[i].pid, SIGABRT);
-            }
-        }
-        showProgress(std::to_string(mOperations) + " operations");
-    }
-    for (Job& job : jobs) {
-        if (!job.isDone) {
-            ::kill(job.pid, SIGKILL);
-            troubleOf(job.pid);
-        }
-        ::close(job.pipe);
-    }
-}
-
-void Runner::listen(Job& job) {
-    char buffer[4096];
-    const auto size = ::read(job.pipe, buffer, sizeof buffer);
-    if (size <= 0) {
-        job.isDone = true;
-        job.trouble = troubleOf(job.pid);
-        return;
-    }
-    job.silences = 0;
-    job.text.append(buffer, static_cast<std::size_t>(size));
-    for (std::size_t end; (end = job.text.find('\n')) != std::string::npos;) {
-        std::istringstream counts(job.text.substr(0, end));
-        std::string name;
-        for (std::uint64_t count = 0;
-             counts >> count && std::getline(counts.ignore(), name, '\t');) {
-            mCounts[name] += count;
-        }
-        job.text.erase(0, end + 1);
-        mOperations += lengthOf(job.next);
-        job.next += mOptions.jobs;
-    }
+    if (child > 0) return child;
+    const std::string violation = perform(steps, isNarrated);
+    if (isNarrated) print(violation);
+    std::exit(violation.empty() ? 0 : 1);
 }
 
 std::string Runner::troubleAlone(const Steps& steps, bool isNarrated) const {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        World::Counts counts;
-        const std::string violation = perform(steps, isNarrated, counts);
-        if (isNarrated) print(violation);
-        std::exit(violation.empty() ? 0 : 1);
-    }
-    return troubleOf(child);
+    return troubleOf(start(steps, isNarrated));
 }
 
-std::string Runner::perform(const Steps& steps, bool isNarrated, World::Counts& counts) const {
+std::string Runner::perform(const Steps& steps, bool isNarrated) const {
     for (int trial = 1;; ++trial) {
         auto begun = Clock::now();
         try {
@@ -172,7 +115,6 @@ std::string Runner::perform(const Steps& steps, bool isNarrated, World::Counts& 
                 begun = Clock::now();
                 world.perform(steps[i]);
             }
-            counts = world.counts();
             return "";
         } catch (const Violation& violation) {
             // The library gives an exchange up when the machine has no time for it: what a step
@@ -190,11 +132,10 @@ bool Runner::replay(const Steps& steps) {
     return trouble.empty();
 }
 
-void Runner::reportFailure(const Job& job) {
-    const std::uint64_t seed = mOptions.seed + job.next;
-    Steps steps = generate(seed, lengthOf(job.next));
-    print("Sequence " + std::to_string(job.next) + ": " + job.trouble + ". Again with --seed " +
-          std::to_string(seed) + " --operations " + std::to_string(steps.size()) + ".\n");
+void Runner::reportFailure(const Job& job, const std::string& trouble) {
+    Steps steps = job.steps;
+    print("A sequence: " + trouble + ". Again with --seed " + std::to_string(job.seed) +
+          " --operations " + std::to_string(steps.size()) + ".\n");
     const auto end = Clock::now() + kShrinking;
     unsigned int tried = 0;
     const auto fails = [&](const Steps& candidate) {
@@ -207,7 +148,7 @@ void Runner::reportFailure(const Job& job) {
         return;
     }
     steps = shrink(std::move(steps), fails);
-    const std::string file = mOptions.failures + "/model-" + std::to_string(seed) + ".steps";
+    const std::string file = mOptions.failures + "/model-" + std::to_string(job.seed) + ".steps";
     std::string text;
     for (const Step& step : steps) text += step.text() + "\n";
     // Closed before the next child is forked, which would flush its copy, too.

@@ -6,11 +6,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <string>
-#include <vector>
 
 #include "model/Step.h"
-#include "model/World.h"
 
 namespace velo::model {
 
@@ -39,25 +38,21 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    /// A process that performs one sequence.
     struct Job {
-        pid_t pid = -1;
-        int pipe = -1;
-        std::uint64_t next = 0;  ///< the sequence that it is at
-        unsigned int silences = 0;
-        bool isDone = false;
-        std::string text;
-        std::string trouble;
+        pid_t pid;
+        std::uint64_t seed;
+        Steps steps;
     };
 
-    std::size_t lengthOf(std::uint64_t sequence) const;
-    Job startJob(unsigned int number) const;
-    void work(unsigned int number, int pipe) const;
-    void follow(std::vector<Job>& jobs);
-    void listen(Job& job);
+    bool mayBegin() const;
+    Job begin();
+    std::string end(const Job& job);
+    pid_t start(const Steps& steps, bool isNarrated) const;
     std::string troubleAlone(const Steps& steps, bool isNarrated) const;
     /// What the steps violate; empty for nothing.
-    std::string perform(const Steps& steps, bool isNarrated, World::Counts& counts) const;
-    void reportFailure(const Job& job);
+    std::string perform(const Steps& steps, bool isNarrated) const;
+    void reportFailure(const Job& job, const std::string& trouble);
     void reportSummary(bool passed);
     void showProgress(const std::string& text);
     void print(const std::string& text) const;
@@ -66,7 +61,8 @@ private:
     const int mOutput;
     const Clock::time_point mBegun = Clock::now();
     Clock::time_point mShown = mBegun;
-    World::Counts mCounts;
+    std::map<std::string, std::uint64_t> mCounts;
+    std::uint64_t mBegunOperations = 0;
     std::uint64_t mOperations = 0;
 };
 

@@ -174,15 +174,8 @@ World::~World() {
 }
 
 void World::perform(const Step& step) {
-    ++mCounts["  " + std::string(step.operation)];
     carryOut(step);
     if (mKeys.size() > kMostKeys) carryOut(Step{"drop"});
-}
-
-World::Counts World::counts() {
-    const std::lock_guard lock(mMutex);
-    mCounts["exchanges refused"] = mRefusals;
-    return mCounts;
 }
 
 void World::carryOut(const Step& step) {
@@ -400,7 +393,6 @@ void World::foreign(const Step& step) {
         observe();
         mModemModel.remove(subscription, tech, index);
     }
-    ++mCounts["foreign changes"];
 }
 
 void World::deliver(const Reports reports, const Reports rest) {
@@ -455,9 +447,7 @@ bool World::admit(const mox::Frame& request) {
     }
     const std::lock_guard lock(mMutex);
     ++mExchanges;
-    if (mRefused >= 0 && mExchanges != mRefused) return true;
-    ++mRefusals;
-    return false;
+    return mRefused >= 0 && mExchanges != mRefused;
 }
 
 bool World::holdBack(const mox::Frame& frame) {
@@ -493,7 +483,6 @@ void World::send(const Reports& reports) {
     }
     pass(false);
     mRecorder.waitForIndications(reports.size());
-    mCounts["indications delivered"] += reports.size();
 }
 
 World::HeldKey World::keyOf(const Step& step) const {

@@ -32,8 +32,6 @@ namespace velo::model {
 /// itself, and a sequence always does the same. One at a time in a process, used by one thread.
 class World {
 public:
-    using Counts = std::map<std::string, std::uint64_t>;
-
     /// @param isModemLying the modem keeps the APN types of IMS profiles to itself
     explicit World(bool isModemLying = false);
     ~World();
@@ -42,9 +40,6 @@ public:
 
     /// @throws Violation when the library and the model disagree
     void perform(const Step& step);
-
-    /// How often what has happened.
-    Counts counts();
 
 private:
     using Action = void (*)(World&, const Step&);
@@ -93,7 +88,6 @@ private:
     bool mIsPassing = false;
     int mRefused = 0;
     int mExchanges = 0;
-    std::uint64_t mRefusals = 0;
 
     Manager& mManager;
     Util mUtil;
@@ -106,7 +100,6 @@ private:
     const std::shared_ptr<Heard> mHeard = std::make_shared<Heard>();
     std::size_t mLines = 0;  ///< that the history must show of this step
     int mListeners = 0;
-    Counts mCounts;
 };
 
 }  // namespace velo::model

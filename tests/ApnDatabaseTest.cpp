@@ -4,8 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "Support.h"
 #include "tool/CommandError.h"
+#include "tool/GlobalOptions.h"
+#include "tool/ProfileView.h"
+#include "tool/Setting.h"
 #include "tool/WantedRecords.h"
 
 namespace velo::tool {
@@ -141,6 +146,30 @@ TEST(WantedRecordsTest, TakesTheSettingsOfAJsonList) {
     ASSERT_EQ(wanted.on3gpp.size(), 1U);
     EXPECT_EQ(wanted.on3gpp.front().dump(),
               "ApnName=b,RoamIPType=V6,ApnClass=IMS,PdnReqWaitInterval=7,IsApnDisabled=true,");
+}
+
+TEST(WantedRecordsTest, EverySettingIsReadAsItIsShown) {
+    ProfileParams record;
+    ProfileParams read;
+    for (const Setting& setting : settings()) {
+        for (const char* word : {"v4v6", "pap_chap", "default,ims", "inet", "yes", "7"}) {
+            try {
+                setting.set(record, word);
+            } catch (const CommandError&) {
+                // A word of another setting.
+            }
+        }
+        const auto value = setting.get(record, false);
+        ASSERT_TRUE(value) << setting.name;
+        setting.set(read, toText(*value));
+    }
+    EXPECT_EQ(read.dump(), record.dump());
+
+    GlobalOptions options;
+    options.showSecrets = true;
+    const TemporaryFile file(
+        toJson(std::vector{ProfileView{.params = FilterProfileParams(record)}}, options).dump());
+    EXPECT_EQ(WantedRecords::read(file.path, "").on3gpp.front().dump(), record.dump());
 }
 
 TEST(WantedRecordsTest, RefusesWhatNoRecordHolds) {

@@ -151,6 +151,7 @@ TEST_F(WdsProxyTest, DropsIndicationsOfAReleasedClient) {
     EXPECT_TRUE(log.has(LogLevel::Info, "Handling modem down"));
     pass();
     EXPECT_THAT(heard, IsEmpty());
+    EXPECT_TRUE(log.has(LogLevel::Debug, "MoxWdsProxy indication of a released client dropped"));
     EXPECT_FALSE(proxy().remove(TechType::TECH_3GPP, 1));
 
     modem().powerOn();

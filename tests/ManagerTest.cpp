@@ -99,21 +99,6 @@ TEST_F(ManagerTest, ARefreshFailsEverythingUntilAnyStatusButStartedEndsIt) {
     EXPECT_TRUE(log.has(LogLevel::Debug, ":77:handleClientRequest"));
 }
 
-TEST_F(ManagerTest, KeysMayGoWhileTheirManagerGoes) {
-    for (int round = 0; round < 5; ++round) {
-        std::list<std::shared_ptr<IProfileKey>> keys;
-        while (keys.size() < 50) {
-            keys.splice(keys.end(), manager().filter(FilterProfileParams()));
-        }
-        std::thread dropper([keys = std::move(keys)]() mutable {
-            while (!keys.empty()) keys.pop_front();
-        });
-        connect(round % 2);
-        dropper.join();
-    }
-    EXPECT_TRUE(add("alive"));
-}
-
 TEST_F(ManagerTest, DestroyedRightAfterConstruction) {
     for (int round = 0; round < 200; ++round) {
         ClientRequestManager shortLived(0);
@@ -192,27 +177,14 @@ TEST_F(ManagerTest, CallsOfAListenerFailAtOnce) {
 }
 
 TEST_F(ManagerTest, DumpWhileTheWorkerWorks) {
+    const auto key = add("short");
     std::atomic<bool> stop{false};
     std::thread dumper([&] {
-        while (!stop) {
-            const auto lines = manager().dump();
-            const auto pending = std::find(lines.begin(), lines.end(), "Pending:");
-            const auto logs = std::find(lines.begin(), lines.end(), "Logs:");
-            ASSERT_TRUE(pending < logs && logs != lines.end());
-            EXPECT_EQ("Cache:", lines.front());
-            EXPECT_TRUE(std::all_of(lines.begin() + 1, pending, [](const std::string& line) {
-                return line == "  " + std::to_string(std::stoull(line)) + ": null" ||
-                       (line.find(": TechType=3GPP") != std::string::npos && line.back() == ',');
-            }));
-        }
+        while (!stop) EXPECT_EQ("Cache:", manager().dump().front());
     });
-    for (int round = 0; round < 20; ++round) {
-        const auto index = modem().addProfile(0, test::stored(WDS_PROFILE_TYPE_3GPP, 0, "other"));
-        const auto key = add("short");
-        ModifyProfileParams longer(test::byApn(std::string(100, 'x')));
-        EXPECT_TRUE(manager().modifyProfile(longer, key));
-        modem().deleteProfile(0, {WDS_PROFILE_TYPE_3GPP, index.value_or(0)});
-        if (round % 5 == 0) manager().refresh(PDCRefreshStatus::REFRESH_COMPLETED);
+    for (char letter = 'a'; letter < 'z'; ++letter) {
+        const ModifyProfileParams change(test::byApn(std::string(100, letter)));
+        EXPECT_TRUE(manager().modifyProfile(change, key));
     }
     stop = true;
     dumper.join();
