@@ -199,7 +199,8 @@ bool ProfileCache::releaseLast(ProfileMap::iterator entry) {
     ModemProfile& profile = *entry->second;
     const TechType tech = profile.getTechType();
     const int profileId = profile.getProfileId();
-    // A release comes but once, and must not want for memory: the echo alone does no harm.
+    // A release comes but once and must not want for memory: an echo that is taken for a foreign
+    // one finds nothing to erase.
     Pending deleted = orNothing([&] {
         return Pending{{tech, profileId, ProfileChangedEvent::Delete}};
     });

@@ -117,6 +117,7 @@ protected:
         modem().setGate([](const mox::Frame&) { return hasMemory = true; });
         connect();
     }
+    ~OutOfMemoryTest() override { LogWrapper::getInstance().setLogWriter(nullptr); }
 
     /// Does `work` with one of its allocations failing, and again with a later one, until there is
     /// none. Returns how many there were.
