@@ -126,10 +126,12 @@ void putFrames(Seeds& seeds, const std::string& capture) {
             for (const char tech : {'\0', '\1'}) {
                 seeds.put("profile",
                           tech + chunk(payload) + string("\7\1\0\3abc\0\0\1\0\3def", 14));
+                seeds.put("record", tech + ("\1" + payload));
             }
         }
         if (kind == MOX_MESSAGE_INDICATION) seeds.put("worker", script);
     }
+    seeds.put("record", string("\0\0\xFF\x3F\3apn\2me\6secret", 17) + string(40, '\1'));
 }
 
 /// Each message with all that it can hold, and with one entry too many in each of its lists.
