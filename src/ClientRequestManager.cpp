@@ -225,24 +225,29 @@ std::shared_ptr<ClientResponse> ClientRequestManager::execute(AddRequest* reques
 }
 
 std::shared_ptr<ClientResponse> ClientRequestManager::execute(ModifyRequest* request) {
-    bool modified = false;
+    // Before the change, here and below: memory cannot run out between the two.
+    auto success = std::make_shared<ModifyResponse>(Status::Success);
     if (!mRefreshInProgress && request != nullptr) {
         if (const auto key = profileKey(request->getModifyProfileKey())) {
             ModifyProfileParams params = request->getModifyProfileParams();
-            modified = mProfileCache.modify(params, key);
+            if (mProfileCache.modify(params, key)) {
+                return success;
+            }
         }
     }
-    return std::make_shared<ModifyResponse>(statusOf(modified));
+    return std::make_shared<ModifyResponse>(Status::Failure);
 }
 
 std::shared_ptr<ClientResponse> ClientRequestManager::execute(DeleteRequest* request) {
-    bool removed = false;
+    auto success = std::make_shared<DeleteResponse>(Status::Success);
     if (!mRefreshInProgress && request != nullptr) {
         if (const auto key = profileKey(request->getDeleteProfileKey())) {
-            removed = mProfileCache.remove(key);
+            if (mProfileCache.remove(key)) {
+                return success;
+            }
         }
     }
-    return std::make_shared<DeleteResponse>(statusOf(removed));
+    return std::make_shared<DeleteResponse>(Status::Failure);
 }
 
 std::shared_ptr<ClientResponse> ClientRequestManager::execute(FilterRequest* request) {
@@ -295,11 +300,12 @@ std::shared_ptr<ClientResponse> ClientRequestManager::execute(RefreshRequest* re
     if (request == nullptr) {
         return nullptr;
     }
+    auto success = std::make_shared<RefreshResponse>(Status::Success);
     mRefreshInProgress = request->getRefreshStatus() == PDCRefreshStatus::REFRESH_STARTED;
     if (!mRefreshInProgress) {
         mProfileCache.refresh();
     }
-    return std::make_shared<RefreshResponse>(Status::Success);
+    return success;
 }
 
 }  // namespace velo

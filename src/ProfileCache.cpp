@@ -74,14 +74,19 @@ std::shared_ptr<ProfileKey> ProfileCache::add(AddProfileParams& params) {
 
     const int profileId = profile->getProfileId();
     profile->incRefCount();
-    addPending(made, profileId);
-    logLine(LogLevel::Event, "Added: %s", dumpOf(*profile).c_str());
     try {
         insert(token, profile);
-        return std::make_shared<ProfileKey>(tech, profileId, token, mPostRequest);
+        auto key = std::make_shared<ProfileKey>(tech, profileId, token, mPostRequest);
+        addPending(made, profileId);
+        logLine(LogLevel::Event, "Added: %s", dumpOf(*profile).c_str());
+        return key;
     } catch (const std::bad_alloc&) {
-        // A profile that nobody holds a key of would stay for ever.
-        if (mWdsProxy.remove(tech, profileId)) addPending(undone, profileId);
+        // A profile that nobody holds a key of would stay for ever. One that cannot be removed
+        // comes back with its echo, as a foreign one.
+        if (mWdsProxy.remove(tech, profileId)) {
+            addPending(made, profileId);
+            addPending(undone, profileId);
+        }
         const auto entry = mProfiles.find(token);
         if (entry != mProfiles.end()) eraseEntry(entry);
         throw;
@@ -199,8 +204,8 @@ bool ProfileCache::releaseLast(ProfileMap::iterator entry) {
     ModemProfile& profile = *entry->second;
     const TechType tech = profile.getTechType();
     const int profileId = profile.getProfileId();
-    // A release comes but once and must not want for memory: an echo that is taken for a foreign
-    // one finds nothing to erase.
+    // A release comes but once and must not want for memory: without the entry its echo is taken
+    // for a foreign one, and erases nothing but a profile that got the same index meanwhile.
     Pending deleted = orNothing([&] {
         return Pending{{tech, profileId, ProfileChangedEvent::Delete}};
     });
@@ -259,7 +264,7 @@ std::vector<std::string> ProfileCache::dump() {
     const std::lock_guard lock(mMutex);
     std::vector<std::string> lines{"Cache:"};
     for (const auto& [token, profile] : mProfiles) {
-        lines.push_back("  " + std::to_string(token) + ": " + textOf(profile));
+        lines.push_back("  " + std::to_string(token) + ": " + (profile ? profile->dump() : "null"));
     }
     lines.emplace_back("Pending:");
     for (const ProfileChangedInd& pending : mPendingTransactions) {

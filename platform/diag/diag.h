@@ -33,8 +33,8 @@ uint8_t Diag_LSM_DeInit(void);
 void msg_sprintf(const diag_message_descriptor* descriptor, const char* tag, const char* text);
 
 /// Whether a message of that importance would be heard by anybody now; may be asked at any time, on
-/// any thread, before the service is opened, too. Optional: on a device that does not provide it
-/// every message is sent, which costs its formatting.
+/// any thread, in a forked child, and before the service is opened. Optional: on a device that does
+/// not provide it every message is sent, which costs its formatting.
 uint8_t diag_is_listening(uint32_t mask) __attribute__((weak));
 
 #ifdef __cplusplus
