@@ -74,7 +74,7 @@ modem::Modem* Session::embedded() {
 }
 
 Manager& Session::manager() {
-    if (mConnections == 0) {
+    if (!mConnected) {
         connect();
     }
     return Manager::getInstance();
@@ -87,6 +87,7 @@ void Session::connect() {
     }
     Manager::getInstance().init(static_cast<int>(mOptions.instance),
                                 mOptions.log == LogTarget::Adb);
+    mConnected = true;
     ++mConnections;
 
     using namespace std::chrono_literals;
@@ -118,13 +119,18 @@ bool Session::cacheFilled() {
     Manager& manager = Manager::getInstance();
     const std::vector<std::string> lines = manager.dump();
     const bool hasProfiles = lines.size() > 1 && lines[0] == "Cache:" && lines[1] != "Pending:";
-    // A modem without profiles never fills the cache.
-    const bool isEmpty = loggedFromStart(kFilledLine);
-    if (!hasProfiles && !isEmpty) {
+    const bool hasRead = loggedSince(kInitLine, kFilledLine);
+    if (!hasProfiles && !hasRead) {
         return false;
     }
     // The cache may be in the middle of its reading: an answer of the worker comes after it.
-    return !manager.filter(FilterProfileParams()).empty() || isEmpty;
+    if (!manager.filter(FilterProfileParams()).empty()) {
+        return true;
+    }
+    // A modem without profiles, or one that did not list them, never fills the cache. The modem is
+    // asked, because the line may be the last one of the manager that was replaced.
+    return hasRead &&
+           (loggedFromStart(kNoListLine) || ModemView(mOptions.instance).stored().empty());
 }
 
 void Session::warnOfRefusals() {

@@ -51,7 +51,10 @@ public:
 
     /// Leaves the library to another session; whoever asks for it next has it connected anew, and
     /// keys are stale then. The modem stays.
-    void leave() { mConnections = 0; }
+    void leave() {
+        mConnected = false;
+        ++mConnections;
+    }
 
     /// What the modem holds, asked of it directly.
     std::vector<ProfileView> modemProfiles();
@@ -75,6 +78,8 @@ private:
     const Interruption& mInterruption;
     std::unique_ptr<modem::Modem> mEmbedded;
     std::string mPath;
+    bool mConnected = false;
+    /// This session's, and those of the session that it was left to, as one.
     unsigned int mConnections = 0;
 };
 
