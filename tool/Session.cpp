@@ -36,6 +36,20 @@ bool holds(const std::string& line, const std::string& text) {
     return line.find(text) != std::string::npos;
 }
 
+/// Whether a line holds `text` after the last one that holds `since`.
+bool holdsSince(const std::vector<std::string>& lines, const std::string& since,
+                const std::string& text) {
+    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+        if (holds(*line, text)) {
+            return true;
+        }
+        if (holds(*line, since)) {
+            return false;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 Session::Session(const GlobalOptions& options, Output& output, const Interruption& interruption)
@@ -119,12 +133,9 @@ bool Session::cacheFilled() {
     Manager& manager = Manager::getInstance();
     const std::vector<std::string> lines = manager.dump();
     const bool hasProfiles = lines.size() > 1 && lines[0] == "Cache:" && lines[1] != "Pending:";
-    const bool hasRead = loggedSince(kInitLine, kFilledLine);
-    if (!hasProfiles && !hasRead) {
-        return false;
-    }
+    const bool hasRead = holdsSince(lines, kInitLine, kFilledLine);
     // The cache may be in the middle of its reading: an answer of the worker comes after it.
-    if (!manager.filter(FilterProfileParams()).empty()) {
+    if ((hasProfiles || hasRead) && !manager.filter(FilterProfileParams()).empty()) {
         return true;
     }
     // A modem without profiles, or one that did not list them, never fills the cache. The modem is
@@ -164,16 +175,7 @@ bool Session::loggedFromStart(const std::string& text) {
 }
 
 bool Session::loggedSince(const std::string& since, const std::string& text) {
-    const std::vector<std::string> lines = Manager::getInstance().dump();
-    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-        if (holds(*line, text)) {
-            return true;
-        }
-        if (holds(*line, since)) {
-            return false;
-        }
-    }
-    return false;
+    return holdsSince(Manager::getInstance().dump(), since, text);
 }
 
 std::vector<ProfileView> Session::modemProfiles() {
