@@ -119,7 +119,7 @@ void Session::connect() {
         }
         // Nothing tells that the cache is filled: asked for so often that little time is lost, and
         // so seldom that the asking takes little.
-        std::this_thread::sleep_for(std::clamp<Clock::duration>(waited / 4, 50us, 20ms));
+        std::this_thread::sleep_for(std::clamp<Clock::duration>(waited / 8, 20us, 20ms));
     }
     warnOfRefusals();
     if (loggedFromStart(kNoListLine)) {
