@@ -20,14 +20,14 @@ ssize_t EventFd::signal() const {
 }
 
 void EventFd::drain(int fd) {
-    // One read takes the whole counter, however many signals it holds. Another would cost each call
-    // 0.1 us, and find nothing but a signal that came in between, which is an event of its own.
     std::uint64_t counter = 0;
-    const ssize_t got = read(fd, &counter, sizeof counter);
-    if (got == static_cast<ssize_t>(sizeof counter) || (got == -1 && errno == EAGAIN)) {
-        return;
+    ssize_t got = 0;
+    do {
+        got = read(fd, &counter, sizeof counter);
+    } while (got > 0);
+    if (got == 0 || errno != EAGAIN) {
+        logLine(LogLevel::Error, "Error while clearing the read buffer on fd %d", fd);
     }
-    logLine(LogLevel::Error, "Error while clearing the read buffer on fd %d", fd);
 }
 
 }  // namespace velo
