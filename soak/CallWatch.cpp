@@ -21,12 +21,12 @@ constexpr std::chrono::milliseconds kSlack{1000};
 
 class Writer : public LogWriter {
 public:
-    explicit Writer(CallWatch& watch) : mWatch(watch) {}
-    void write(LogLevel, std::string, std::string message) override { mWatch.trace(message); }
+    explicit Writer(std::shared_ptr<CallWatch> watch) : mWatch(std::move(watch)) {}
+    void write(LogLevel, std::string, std::string message) override { mWatch->trace(message); }
     int convertPrio(LogLevel level) override { return static_cast<int>(level); }
 
 private:
-    CallWatch& mWatch;
+    const std::shared_ptr<CallWatch> mWatch;
 };
 
 /// The place in a key's text, such as "3GPP:5 token=12", the first in the line.
@@ -42,7 +42,7 @@ std::optional<Place> placeIn(const std::string& line) {
 }  // namespace
 
 void CallWatch::attach() {
-    LogWrapper::getInstance().setLogWriter(std::make_unique<Writer>(*this));
+    LogWrapper::getInstance().setLogWriter(std::make_unique<Writer>(shared_from_this()));
 }
 
 void CallWatch::trace(const std::string& line) {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -15,12 +16,13 @@ namespace velo::soak {
 /// Follows the calls to the library by its trace, those that the policies make included: how long
 /// each took, and how many exchanges the worker had meanwhile, its own among them, because a call
 /// waits for the worker. Any thread; one call at a time.
-class CallWatch {
+class CallWatch : public std::enable_shared_from_this<CallWatch> {
 public:
     /// @param exchangeMs how long one exchange can take
     explicit CallWatch(unsigned int exchangeMs) : mExchangeMs(exchangeMs) {}
 
-    /// Makes the library write its log here from now on. The watch must outlive the library's use.
+    /// Makes the library write its log here from now on, and hold on to the watch: its worker logs
+    /// for as long as the process lives.
     void attach();
 
     void trace(const std::string& line);

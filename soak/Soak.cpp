@@ -85,8 +85,8 @@ Soak::Soak(const SoakOptions& options, const std::string& folder)
       mDice(options.seed),
       mModem(folder),
       mController(mModem.control()),
-      mWatch(kExchangeMs),
-      mApplication(mJournal, mWatch, options.seed + 1),
+      mWatch(std::make_shared<CallWatch>(kExchangeMs)),
+      mApplication(mJournal, *mWatch, options.seed + 1),
       mOther(mModem, mJournal, options.seed + 2) {
     mox::setModemPath(mModem.socket());
     mox::setTimeoutCap(kExchangeMs);
@@ -95,12 +95,12 @@ Soak::Soak(const SoakOptions& options, const std::string& folder)
 bool Soak::run() {
     // The library is up before the modem exists.
     Manager::getInstance().init(0, false);
-    mWatch.attach();
+    mWatch->attach();
     mModem.start(mOptions.seed, "");
     while (!isOver()) {
         if (mSettlings % kSettlingsOfLibrary == kSettlingsOfLibrary - 1) {
             Manager::getInstance().init(0, false);
-            mWatch.attach();
+            mWatch->attach();
         }
         waitForStore();
         mController.order({{"order", "chance"}, {"faults", kFaults}});
@@ -164,7 +164,7 @@ void Soak::settle() {
     } else {
         violated("the library does not come back");
     }
-    for (const std::string& what : mWatch.takeViolations()) violated(what);
+    for (const std::string& what : mWatch->takeViolations()) violated(what);
     tidy(store);
 
     mLast = Usage::now();
@@ -244,11 +244,11 @@ std::string Soak::report() const {
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - mBegun);
     Table table;
     table.row("kills survived", mKills);
-    table.row("calls made", mWatch.calls());
+    table.row("calls made", mWatch->calls());
     table.row("changes of the other", mOther.changes());
     table.row("faults injected", "at least ", mOther.injected());
     table.row("settlings checked", mSettlings);
-    table.row("longest call", mWatch.longest().count(), " ms");
+    table.row("longest call", mWatch->longest().count(), " ms");
     table.usage(mFirst, mLast);
     table.row("time", seconds.count(), " s");
     table.violations(mViolations);

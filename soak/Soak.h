@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -57,7 +58,7 @@ private:
     ModemProcess mModem;
     Controller mController;
     Journal mJournal;
-    CallWatch mWatch;
+    const std::shared_ptr<CallWatch> mWatch;
     Application mApplication;
     OtherClient mOther;
     std::chrono::steady_clock::time_point mBegun = std::chrono::steady_clock::now();
